@@ -1,0 +1,48 @@
+#pragma once
+
+#include "reminderinfo.h"
+
+#include <QList>
+#include <QString>
+
+namespace storage {
+
+class Connection;
+
+// The account's reminder table. Every operation is safe to call from any
+// thread; each returns false (or an empty result) when the database is
+// unavailable, and logs the SQLite error.
+class ReminderStorage
+{
+public:
+    explicit ReminderStorage(Connection* connection);
+
+    // Every record, in descending order time (the list's order), so that a
+    // loader can append.
+    QList<ReminderInfo> allInfos();
+    // Inserts the record, or replaces the one with the same id.
+    bool save(const ReminderInfo& info);
+    // Saves many records in one transaction.
+    bool saveAll(const QList<ReminderInfo>& infos);
+    bool remove(const QString& remindId);
+    bool remove(const QList<QString>& remindIds);
+    bool updateExtra(const QString& remindId, const QByteArray& extra);
+    bool updateRemindTime(const QString& remindId, qint64 remindTime);
+    // The earliest remind time of a pending record (not reminded, not
+    // completed, remind time above 0); 0 when there is none.
+    qint64 nearestTimestamp();
+    // Every record whose remind time is exactly `timestamp`, pending or not.
+    QList<ReminderInfo> infosWithTimestamp(qint64 timestamp);
+    // Records whose searchable text contains `keyword` (case-insensitive,
+    // every character literal), in descending order time; `limit` 0 means
+    // no limit. An empty keyword matches every record.
+    QList<ReminderInfo> infosWithKeyword(const QString& keyword, int limit = 0);
+    // A single record; `found` tells whether it exists.
+    ReminderInfo info(const QString& remindId, bool* found = nullptr);
+    int count();
+
+private:
+    Connection* m_connection;
+};
+
+} // namespace storage

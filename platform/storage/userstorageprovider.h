@@ -1,0 +1,38 @@
+#pragma once
+
+#include <QString>
+#include <memory>
+
+namespace storage {
+
+class Connection;
+class ReminderStorage;
+class CacheFileStorage;
+
+// One account's storage: the SQLite database
+// <dataDir>/accounts/<accountId>/account.db and the stores on it.
+// A file that cannot be opened or is corrupt is never overwritten: it is
+// moved aside (with its -wal and -shm files), logged, and the account starts
+// with an empty database.
+class UserStorageProvider
+{
+public:
+    UserStorageProvider(const QString& dataDir, qint64 accountId);
+    ~UserStorageProvider();
+
+    static QString databasePath(const QString& dataDir, qint64 accountId);
+
+    bool isOpen() const;
+    QString databasePath() const;
+    QString movedAsidePath() const;
+
+    ReminderStorage* reminderStorage() const;
+    CacheFileStorage* cacheFileStorage() const;
+
+private:
+    std::unique_ptr<Connection> m_connection;
+    std::unique_ptr<ReminderStorage> m_reminders;
+    std::unique_ptr<CacheFileStorage> m_cacheFiles;
+};
+
+} // namespace storage

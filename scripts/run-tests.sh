@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Sets up the machine, builds the project and runs every test.
+#   scripts/run-tests.sh              plain build (build/plain)
+#   scripts/run-tests.sh --sanitize   AddressSanitizer + UndefinedBehaviorSanitizer (build/asan)
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+cd "$root"
+
+mode=plain
+for arg in "$@"; do
+    case "$arg" in
+        --sanitize) mode=asan ;;
+        *) echo "usage: $0 [--sanitize]" >&2; exit 2 ;;
+    esac
+done
+
+scripts/setup-debian.sh
+
+build="$root/build/$mode"
+cmake_args=(-S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DREMINDER_WERROR=ON)
+if [ "$mode" = asan ]; then
+    cmake_args+=(-DREMINDER_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug -DREMINDER_BUILD_BENCH=OFF)
+    export ASAN_OPTIONS=halt_on_error=1:detect_leaks=1:abort_on_error=1
+    export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
+fi
+
+cmake "${cmake_args[@]}" >/dev/null
+cmake --build "$build" -j"$(nproc)"
+cd "$build"
+ctest --output-on-failure -j"$(nproc)"
