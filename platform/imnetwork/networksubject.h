@@ -23,12 +23,19 @@ public:
     qint64 serverOffset() const;
 
     // A fixed clock: currentDateTime() returns exactly this until advanced,
-    // changed or released.
+    // changed or released. The fixed value is already on the corrected
+    // clock: the server offset is not added to it.
     void setFixedTime(qint64 msecsSinceEpoch);
+    // Moves the fixed clock by ms (which may be negative). When the clock is
+    // not fixed, it is first fixed at the current corrected time (system
+    // time plus offset) and then moved.
     void advance(qint64 ms);
     void releaseFixedTime();
     bool isTimeFixed() const;
 
+    // Whether the application is in the foreground (true at start).
+    // setAppActive emits appActiveChanged only when the state changes.
+    // All members may be called from any thread.
     bool appIsActive() const;
     void setAppActive(bool active);
 
