@@ -39,10 +39,17 @@ public:
     void logError(const char* what) const;
 
 private:
-    bool openAndCheck();
-    bool createSchema();
+    // Opens the file and makes sure it is a healthy database with the
+    // current schema. On failure `reason` says why and `code` holds the
+    // SQLite result code; the handle may be left open for closeHandle().
+    bool openAndCheck(QString* reason, int* code);
+    // False when a table of ours exists with other columns (read only).
+    bool checkExistingTables(QString* reason, int* code);
+    bool createSchema(QString* reason, int* code);
     void closeHandle();
-    void moveAside(const QString& reason);
+    // Renames the database and its -wal/-shm files out of the way; false
+    // when the main file could not be moved (it must then stay untouched).
+    bool moveAside(const QString& reason);
 
     QString m_path;
     QString m_movedAside;

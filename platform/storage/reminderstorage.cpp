@@ -1,0 +1,317 @@
+#include "reminderstorage.h"
+
+#include "connection.h"
+#include "sqliteutil_p.h"
+#include "storagesql.h"
+
+#include <QMutexLocker>
+
+#include <sqlite3.h>
+
+namespace storage {
+
+using detail::bindBlob;
+using detail::bindInt64;
+using detail::bindText;
+using detail::columnBlob;
+using detail::columnText;
+using detail::StatementScope;
+using detail::Transaction;
+
+namespace {
+
+// Reads a row laid out as the column list of the record queries.
+ReminderInfo readInfo(sqlite3_stmt* stmt)
+{
+    ReminderInfo info;
+    info.id = columnText(stmt, 0);
+    info.text = columnText(stmt, 1);
+    info.data = columnBlob(stmt, 2);
+    info.remindTime = sqlite3_column_int64(stmt, 3);
+    info.orderTime = sqlite3_column_int64(stmt, 4);
+    info.reminded = sqlite3_column_int64(stmt, 5) != 0;
+    info.completed = sqlite3_column_int64(stmt, 6) != 0;
+    info.unread = sqlite3_column_int64(stmt, 7) != 0;
+    info.extra = columnBlob(stmt, 8);
+    return info;
+}
+
+// Steps a bound record query to its end; empty (and logged) on error.
+QList<ReminderInfo> readInfos(Connection* connection, sqlite3_stmt* stmt, const char* what)
+{
+    QList<ReminderInfo> infos;
+    int rc;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW)
+        infos.append(readInfo(stmt));
+    if (rc != SQLITE_DONE) {
+        connection->logError(what);
+        return {};
+    }
+    return infos;
+}
+
+// Runs a bound statement that returns no rows.
+bool stepDone(Connection* connection, sqlite3_stmt* stmt, const char* what)
+{
+    if (sqlite3_step(stmt) != SQLITE_DONE) {
+        connection->logError(what);
+        return false;
+    }
+    return true;
+}
+
+// The keyword as one FTS5 string: inside double quotes every character is
+// literal, and a double quote is written twice.
+QString ftsStringLiteral(const QString& keyword)
+{
+    QString escaped = keyword;
+    escaped.replace(QLatin1Char('"'), QLatin1String("\"\""));
+    return QLatin1Char('"') + escaped + QLatin1Char('"');
+}
+
+// Trigrams need three characters; shorter keywords are matched by a scan.
+constexpr qsizetype kIndexedKeywordLength = 3;
+
+} // namespace
+
+ReminderStorage::ReminderStorage(Connection* connection)
+    : m_connection(connection)
+{
+}
+
+QList<ReminderInfo> ReminderStorage::allInfos()
+{
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "allInfos"))
+        return {};
+    StatementScope stmt(m_connection->statement(sql::kAllInfos));
+    if (!stmt)
+        return {};
+    return readInfos(m_connection, stmt.get(), "allInfos");
+}
+
+// Binds and runs the upsert; the caller holds the lock.
+static bool saveLocked(Connection* connection, const ReminderInfo& info)
+{
+    StatementScope stmt(connection->statement(sql::kSave));
+    if (!stmt)
+        return false;
+    sqlite3_stmt* s = stmt.get();
+    if (!bindText(s, 1, info.id) || !bindText(s, 2, info.text) || !bindBlob(s, 3, info.data)
+        || !bindInt64(s, 4, info.remindTime) || !bindInt64(s, 5, info.orderTime)
+        || !bindInt64(s, 6, info.reminded ? 1 : 0) || !bindInt64(s, 7, info.completed ? 1 : 0)
+        || !bindInt64(s, 8, info.unread ? 1 : 0) || !bindBlob(s, 9, info.extra)) {
+        connection->logError("save (bind)");
+        return false;
+    }
+    return stepDone(connection, s, "save");
+}
+
+bool ReminderStorage::save(const ReminderInfo& info)
+{
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "save"))
+        return false;
+    return saveLocked(m_connection, info);
+}
+
+bool ReminderStorage::saveAll(const QList<ReminderInfo>& infos)
+{
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "saveAll"))
+        return false;
+    if (infos.isEmpty())
+        return true;
+    Transaction transaction(m_connection);
+    if (!transaction.begin())
+        return false;
+    for (const ReminderInfo& info : infos) {
+        if (!saveLocked(m_connection, info))
+            return false; // rolled back by the transaction
+    }
+    return transaction.commit();
+}
+
+bool ReminderStorage::remove(const QString& remindId)
+{
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "remove"))
+        return false;
+    StatementScope stmt(m_connection->statement(sql::kRemove));
+    if (!stmt)
+        return false;
+    if (!bindText(stmt.get(), 1, remindId)) {
+        m_connection->logError("remove (bind)");
+        return false;
+    }
+    return stepDone(m_connection, stmt.get(), "remove");
+}
+
+bool ReminderStorage::remove(const QList<QString>& remindIds)
+{
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "remove"))
+        return false;
+    if (remindIds.isEmpty())
+        return true;
+    Transaction transaction(m_connection);
+    if (!transaction.begin())
+        return false;
+    for (const QString& id : remindIds) {
+        StatementScope stmt(m_connection->statement(sql::kRemove));
+        if (!stmt)
+            return false;
+        if (!bindText(stmt.get(), 1, id)) {
+            m_connection->logError("remove (bind)");
+            return false;
+        }
+        if (!stepDone(m_connection, stmt.get(), "remove"))
+            return false;
+    }
+    return transaction.commit();
+}
+
+bool ReminderStorage::updateExtra(const QString& remindId, const QByteArray& extra)
+{
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "updateExtra"))
+        return false;
+    StatementScope stmt(m_connection->statement(sql::kUpdateExtra));
+    if (!stmt)
+        return false;
+    if (!bindText(stmt.get(), 1, remindId) || !bindBlob(stmt.get(), 2, extra)) {
+        m_connection->logError("updateExtra (bind)");
+        return false;
+    }
+    return stepDone(m_connection, stmt.get(), "updateExtra");
+}
+
+bool ReminderStorage::updateRemindTime(const QString& remindId, qint64 remindTime)
+{
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "updateRemindTime"))
+        return false;
+    StatementScope stmt(m_connection->statement(sql::kUpdateRemindTime));
+    if (!stmt)
+        return false;
+    if (!bindText(stmt.get(), 1, remindId) || !bindInt64(stmt.get(), 2, remindTime)) {
+        m_connection->logError("updateRemindTime (bind)");
+        return false;
+    }
+    return stepDone(m_connection, stmt.get(), "updateRemindTime");
+}
+
+qint64 ReminderStorage::nearestTimestamp()
+{
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "nearestTimestamp"))
+        return 0;
+    StatementScope stmt(m_connection->statement(sql::kNearestTimestamp));
+    if (!stmt)
+        return 0;
+    const int rc = sqlite3_step(stmt.get());
+    if (rc != SQLITE_ROW) {
+        m_connection->logError("nearestTimestamp");
+        return 0;
+    }
+    // min() over no rows is NULL, which reads as 0.
+    return sqlite3_column_int64(stmt.get(), 0);
+}
+
+QList<ReminderInfo> ReminderStorage::infosWithTimestamp(qint64 timestamp)
+{
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "infosWithTimestamp"))
+        return {};
+    StatementScope stmt(m_connection->statement(sql::kInfosWithTimestamp));
+    if (!stmt)
+        return {};
+    if (!bindInt64(stmt.get(), 1, timestamp)) {
+        m_connection->logError("infosWithTimestamp (bind)");
+        return {};
+    }
+    return readInfos(m_connection, stmt.get(), "infosWithTimestamp");
+}
+
+QList<ReminderInfo> ReminderStorage::infosWithKeyword(const QString& keyword, int limit)
+{
+    // SQLite reads a negative limit as "no limit".
+    const qint64 sqlLimit = limit > 0 ? limit : -1;
+
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "infosWithKeyword"))
+        return {};
+    if (keyword.isEmpty()) {
+        StatementScope stmt(m_connection->statement(sql::kInfosLimited));
+        if (!stmt)
+            return {};
+        if (!bindInt64(stmt.get(), 1, sqlLimit)) {
+            m_connection->logError("infosWithKeyword (bind)");
+            return {};
+        }
+        return readInfos(m_connection, stmt.get(), "infosWithKeyword");
+    }
+
+    if (keyword.toUcs4().size() >= kIndexedKeywordLength) {
+        StatementScope stmt(m_connection->statement(sql::kInfosWithKeywordIndexed));
+        if (!stmt)
+            return {};
+        if (!bindText(stmt.get(), 1, ftsStringLiteral(keyword)) || !bindText(stmt.get(), 2, keyword)
+            || !bindInt64(stmt.get(), 3, sqlLimit)) {
+            m_connection->logError("infosWithKeyword (bind)");
+            return {};
+        }
+        return readInfos(m_connection, stmt.get(), "infosWithKeyword");
+    }
+
+    StatementScope stmt(m_connection->statement(sql::kInfosWithKeywordScan));
+    if (!stmt)
+        return {};
+    if (!bindText(stmt.get(), 1, keyword) || !bindInt64(stmt.get(), 2, sqlLimit)) {
+        m_connection->logError("infosWithKeyword (bind)");
+        return {};
+    }
+    return readInfos(m_connection, stmt.get(), "infosWithKeyword");
+}
+
+ReminderInfo ReminderStorage::info(const QString& remindId, bool* found)
+{
+    if (found)
+        *found = false;
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "info"))
+        return {};
+    StatementScope stmt(m_connection->statement(sql::kInfo));
+    if (!stmt)
+        return {};
+    if (!bindText(stmt.get(), 1, remindId)) {
+        m_connection->logError("info (bind)");
+        return {};
+    }
+    const int rc = sqlite3_step(stmt.get());
+    if (rc == SQLITE_ROW) {
+        if (found)
+            *found = true;
+        return readInfo(stmt.get());
+    }
+    if (rc != SQLITE_DONE)
+        m_connection->logError("info");
+    return {};
+}
+
+int ReminderStorage::count()
+{
+    QMutexLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "count"))
+        return 0;
+    StatementScope stmt(m_connection->statement(sql::kCount));
+    if (!stmt)
+        return 0;
+    if (sqlite3_step(stmt.get()) != SQLITE_ROW) {
+        m_connection->logError("count");
+        return 0;
+    }
+    return sqlite3_column_int(stmt.get(), 0);
+}
+
+} // namespace storage

@@ -1,0 +1,717 @@
+#include "reminderstorage.h"
+#include "storagesql.h"
+#include "storagetestutil.h"
+#include "userstorageprovider.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+#include <thread>
+#include <vector>
+
+using storage::ReminderInfo;
+using storage::ReminderStorage;
+using storage::UserStorageProvider;
+using storagetest::idsOf;
+using storagetest::makeInfo;
+using storagetest::RawDb;
+
+namespace {
+constexpr qint64 kAccount = 42;
+}
+
+class TestReminderStorage : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void saveThenReplace();
+    void saveAllStoresEveryRecord();
+    void saveAllIsAtomic();
+    void removeOne();
+    void removeMany_data();
+    void removeMany();
+    void removeManyIsAtomic();
+    void updateExtra();
+    void updateRemindTime();
+    void unknownIdUpdatesChangeNothing();
+    void nearestTimestamp_data();
+    void nearestTimestamp();
+    void nearestTimestampFollowsChanges();
+    void infosWithTimestamp();
+    void keyword_data();
+    void keyword();
+    void keywordSyntaxIsLiteral_data();
+    void keywordSyntaxIsLiteral();
+    void keywordEmptyMatchesAll();
+    void keywordLimit_data();
+    void keywordLimit();
+    void allInfosOrder();
+    void infoLookup();
+    void reopenedRecordIsIdentical_data();
+    void reopenedRecordIsIdentical();
+    void queryPlansUseIndexes();
+    void sqliteErrorsAreReportedAndLogged();
+    void concurrentUse();
+
+private:
+    ReminderStorage* store() const { return m_provider->reminderStorage(); }
+    QString dbPath() const { return UserStorageProvider::databasePath(m_dir->path(), kAccount); }
+    void reopen()
+    {
+        m_provider.reset();
+        m_provider = std::make_unique<UserStorageProvider>(m_dir->path(), kAccount);
+        QVERIFY(m_provider->isOpen());
+    }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<UserStorageProvider> m_provider;
+};
+
+void TestReminderStorage::init()
+{
+    m_dir = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_dir->isValid());
+    m_provider = std::make_unique<UserStorageProvider>(m_dir->path(), kAccount);
+    QVERIFY(m_provider->isOpen());
+    QVERIFY(m_provider->movedAsidePath().isEmpty());
+    ImLog::instance()->clearRecentLines();
+}
+
+void TestReminderStorage::cleanup()
+{
+    m_provider.reset();
+    m_dir.reset();
+}
+
+void TestReminderStorage::saveThenReplace()
+{
+    ReminderInfo first = makeInfo(QStringLiteral("r1"), QStringLiteral("buy oranges at market"), 10, 1000);
+    first.extra = QByteArrayLiteral("first-extra");
+    QVERIFY(store()->save(first));
+    QCOMPARE(store()->count(), 1);
+
+    ReminderInfo second = makeInfo(QStringLiteral("r1"), QStringLiteral("call the plumber"), 20, 2000,
+                                   true, true);
+    second.unread = true;
+    second.data = QByteArrayLiteral("second-data");
+    QVERIFY(store()->save(second));
+
+    QCOMPARE(store()->count(), 1);
+    const QList<ReminderInfo> all = store()->allInfos();
+    QCOMPARE(all.size(), 1);
+    QCOMPARE(all.first(), second);
+
+    // Search follows the new text through the public API ...
+    QVERIFY(store()->infosWithKeyword(QStringLiteral("oranges")).isEmpty());
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("plumber"))), QStringList { "r1" });
+
+    // ... and the full-text index itself holds only the new text.
+    RawDb raw(dbPath());
+    QVERIFY2(raw.isOpen(), qPrintable(raw.lastError()));
+    QCOMPARE(raw.ftsIds(QStringLiteral("oranges")), QStringList());
+    QCOMPARE(raw.ftsIds(QStringLiteral("plumber")), QStringList { "r1" });
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+    QVERIFY(storagetest::storageLogLines().isEmpty());
+}
+
+void TestReminderStorage::saveAllStoresEveryRecord()
+{
+    QList<ReminderInfo> infos;
+    for (int i = 0; i < 50; ++i)
+        infos << makeInfo(QStringLiteral("id%1").arg(i), QStringLiteral("note number %1").arg(i), i);
+    QVERIFY(store()->saveAll(infos));
+    QCOMPARE(store()->count(), 50);
+
+    // Saving again with changed text replaces every record.
+    for (auto& info : infos)
+        info.text = QStringLiteral("changed ") + info.id;
+    QVERIFY(store()->saveAll(infos));
+    QCOMPARE(store()->count(), 50);
+    QCOMPARE(store()->infosWithKeyword(QStringLiteral("note number")).size(), 0);
+    QCOMPARE(store()->infosWithKeyword(QStringLiteral("changed")).size(), 50);
+
+    QVERIFY(store()->saveAll({}));
+    QCOMPARE(store()->count(), 50);
+
+    RawDb raw(dbPath());
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+}
+
+void TestReminderStorage::saveAllIsAtomic()
+{
+    QVERIFY(store()->save(makeInfo(QStringLiteral("existing"), QStringLiteral("kept as is"), 1)));
+    {
+        RawDb raw(dbPath());
+        QVERIFY(raw.exec(QStringLiteral("CREATE TRIGGER reject_bad BEFORE INSERT ON reminder "
+                                        "WHEN new.id = 'bad' BEGIN SELECT RAISE(ABORT, 'rejected by test'); END")));
+    }
+    const QList<ReminderInfo> batch { makeInfo(QStringLiteral("a"), QStringLiteral("first"), 2),
+                                      makeInfo(QStringLiteral("existing"), QStringLiteral("overwritten"), 3),
+                                      makeInfo(QStringLiteral("bad"), QStringLiteral("fails"), 4),
+                                      makeInfo(QStringLiteral("c"), QStringLiteral("never reached"), 5) };
+    QVERIFY(!store()->saveAll(batch));
+
+    // Nothing of the batch stayed.
+    QCOMPARE(store()->count(), 1);
+    QCOMPARE(store()->allInfos().first().text, QStringLiteral("kept as is"));
+    const QStringList lines = storagetest::storageLogLines();
+    QVERIFY(!lines.isEmpty());
+    QVERIFY2(lines.join('\n').contains(QLatin1String("rejected by test")), qPrintable(lines.join('\n')));
+
+    // The store keeps working after the failed transaction.
+    QVERIFY(store()->save(makeInfo(QStringLiteral("a"), QStringLiteral("later"), 2)));
+    QCOMPARE(store()->count(), 2);
+}
+
+void TestReminderStorage::removeOne()
+{
+    QVERIFY(store()->saveAll({ makeInfo("a", "alpha text", 1), makeInfo("b", "beta text", 2) }));
+    QVERIFY(store()->remove(QStringLiteral("a")));
+    QCOMPARE(idsOf(store()->allInfos()), QStringList { "b" });
+    QVERIFY(store()->infosWithKeyword(QStringLiteral("alpha")).isEmpty());
+
+    // Removing what is not there is not an error.
+    QVERIFY(store()->remove(QStringLiteral("a")));
+    QVERIFY(store()->remove(QStringLiteral("never-existed")));
+    QCOMPARE(store()->count(), 1);
+
+    RawDb raw(dbPath());
+    QCOMPARE(raw.ftsIds(QStringLiteral("alpha")), QStringList());
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+}
+
+void TestReminderStorage::removeMany_data()
+{
+    QTest::addColumn<QStringList>("toRemove");
+    QTest::addColumn<QStringList>("remaining");
+
+    QTest::newRow("none") << QStringList {} << QStringList { "e", "d", "c", "b", "a" };
+    QTest::newRow("one") << QStringList { "c" } << QStringList { "e", "d", "b", "a" };
+    QTest::newRow("several") << QStringList { "a", "c", "e" } << QStringList { "d", "b" };
+    QTest::newRow("with unknown ids") << QStringList { "x", "b", "y" } << QStringList { "e", "d", "c", "a" };
+    QTest::newRow("only unknown ids") << QStringList { "x", "y" } << QStringList { "e", "d", "c", "b", "a" };
+    QTest::newRow("duplicates") << QStringList { "d", "d" } << QStringList { "e", "c", "b", "a" };
+    QTest::newRow("all") << QStringList { "a", "b", "c", "d", "e" } << QStringList {};
+}
+
+void TestReminderStorage::removeMany()
+{
+    QFETCH(QStringList, toRemove);
+    QFETCH(QStringList, remaining);
+
+    const QStringList ids { "a", "b", "c", "d", "e" };
+    for (int i = 0; i < ids.size(); ++i)
+        QVERIFY(store()->save(makeInfo(ids[i], QStringLiteral("shared words ") + ids[i], i)));
+
+    QVERIFY(store()->remove(QList<QString>(toRemove)));
+    QCOMPARE(idsOf(store()->allInfos()), remaining);
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("shared words"))), remaining);
+
+    RawDb raw(dbPath());
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+    QVERIFY(storagetest::storageLogLines().isEmpty());
+}
+
+void TestReminderStorage::removeManyIsAtomic()
+{
+    QVERIFY(store()->saveAll({ makeInfo("a", "one", 1), makeInfo("keep", "two", 2), makeInfo("c", "three", 3) }));
+    {
+        RawDb raw(dbPath());
+        QVERIFY(raw.exec(QStringLiteral("CREATE TRIGGER refuse_keep BEFORE DELETE ON reminder "
+                                        "WHEN old.id = 'keep' BEGIN SELECT RAISE(ABORT, 'kept by test'); END")));
+    }
+    QVERIFY(!store()->remove(QList<QString> { "a", "keep", "c" }));
+    QCOMPARE(store()->count(), 3);
+    QVERIFY(storagetest::storageLogLines().join('\n').contains(QLatin1String("kept by test")));
+}
+
+void TestReminderStorage::updateExtra()
+{
+    ReminderInfo info = makeInfo(QStringLiteral("r"), QStringLiteral("text"), 5, 500);
+    info.extra = QByteArrayLiteral("old");
+    QVERIFY(store()->save(info));
+
+    const QByteArray binary("\x00\x01\xff extra \x00", 10);
+    QVERIFY(store()->updateExtra(QStringLiteral("r"), binary));
+    bool found = false;
+    ReminderInfo stored = store()->info(QStringLiteral("r"), &found);
+    QVERIFY(found);
+    QCOMPARE(stored.extra, binary);
+    // Nothing else moved.
+    info.extra = binary;
+    QCOMPARE(stored, info);
+
+    QVERIFY(store()->updateExtra(QStringLiteral("r"), QByteArray()));
+    QVERIFY(store()->info(QStringLiteral("r")).extra.isEmpty());
+}
+
+void TestReminderStorage::updateRemindTime()
+{
+    ReminderInfo info = makeInfo(QStringLiteral("r"), QStringLiteral("text"), 5, 500);
+    QVERIFY(store()->save(info));
+    QVERIFY(store()->updateRemindTime(QStringLiteral("r"), 7777));
+
+    ReminderInfo stored = store()->info(QStringLiteral("r"));
+    QCOMPARE(stored.remindTime, qint64(7777));
+    info.remindTime = 7777;
+    QCOMPARE(stored, info);
+    QCOMPARE(idsOf(store()->infosWithTimestamp(7777)), QStringList { "r" });
+    QVERIFY(store()->infosWithTimestamp(500).isEmpty());
+    QCOMPARE(store()->nearestTimestamp(), qint64(7777));
+}
+
+void TestReminderStorage::unknownIdUpdatesChangeNothing()
+{
+    QVERIFY(store()->save(makeInfo(QStringLiteral("r"), QStringLiteral("text"), 5, 500)));
+    QVERIFY(store()->updateExtra(QStringLiteral("ghost"), QByteArrayLiteral("x")));
+    QVERIFY(store()->updateRemindTime(QStringLiteral("ghost"), 1));
+    QCOMPARE(store()->count(), 1);
+    bool found = true;
+    store()->info(QStringLiteral("ghost"), &found);
+    QVERIFY(!found);
+    QCOMPARE(store()->nearestTimestamp(), qint64(500));
+}
+
+void TestReminderStorage::nearestTimestamp_data()
+{
+    QTest::addColumn<QList<ReminderInfo>>("infos");
+    QTest::addColumn<qint64>("expected");
+
+    QTest::newRow("empty store") << QList<ReminderInfo> {} << qint64(0);
+    QTest::newRow("single pending") << QList<ReminderInfo> { makeInfo("a", "", 1, 300) } << qint64(300);
+    QTest::newRow("earliest of several")
+        << QList<ReminderInfo> { makeInfo("a", "", 1, 300), makeInfo("b", "", 2, 100), makeInfo("c", "", 3, 200) }
+        << qint64(100);
+    QTest::newRow("reminded ignored")
+        << QList<ReminderInfo> { makeInfo("a", "", 1, 300), makeInfo("b", "", 2, 100, true) } << qint64(300);
+    QTest::newRow("completed ignored")
+        << QList<ReminderInfo> { makeInfo("a", "", 1, 300), makeInfo("b", "", 2, 100, false, true) } << qint64(300);
+    QTest::newRow("zero time ignored")
+        << QList<ReminderInfo> { makeInfo("a", "", 1, 300), makeInfo("b", "", 2, 0) } << qint64(300);
+    QTest::newRow("nothing pending")
+        << QList<ReminderInfo> { makeInfo("a", "", 1, 300, true), makeInfo("b", "", 2, 100, false, true),
+                                 makeInfo("c", "", 3, 0), makeInfo("d", "", 4, 50, true, true) }
+        << qint64(0);
+    QTest::newRow("large times")
+        << QList<ReminderInfo> { makeInfo("a", "", 1, Q_INT64_C(4102444800000)),
+                                 makeInfo("b", "", 2, Q_INT64_C(1700000000000)) }
+        << Q_INT64_C(1700000000000);
+}
+
+void TestReminderStorage::nearestTimestamp()
+{
+    QFETCH(QList<ReminderInfo>, infos);
+    QFETCH(qint64, expected);
+    QVERIFY(store()->saveAll(infos));
+    QCOMPARE(store()->nearestTimestamp(), expected);
+}
+
+void TestReminderStorage::nearestTimestampFollowsChanges()
+{
+    QVERIFY(store()->saveAll({ makeInfo("a", "", 1, 300), makeInfo("b", "", 2, 100), makeInfo("c", "", 3, 200) }));
+    QCOMPARE(store()->nearestTimestamp(), qint64(100));
+
+    QVERIFY(store()->remove(QStringLiteral("b")));
+    QCOMPARE(store()->nearestTimestamp(), qint64(200));
+
+    QVERIFY(store()->updateRemindTime(QStringLiteral("a"), 50));
+    QCOMPARE(store()->nearestTimestamp(), qint64(50));
+
+    // Marking as reminded through a save takes it out.
+    QVERIFY(store()->save(makeInfo("a", "", 1, 50, true)));
+    QCOMPARE(store()->nearestTimestamp(), qint64(200));
+
+    QVERIFY(store()->updateRemindTime(QStringLiteral("c"), 0));
+    QCOMPARE(store()->nearestTimestamp(), qint64(0));
+
+    QVERIFY(store()->save(makeInfo("d", "", 4, 999)));
+    QCOMPARE(store()->nearestTimestamp(), qint64(999));
+    QVERIFY(store()->remove(QList<QString> { "d" }));
+    QCOMPARE(store()->nearestTimestamp(), qint64(0));
+}
+
+void TestReminderStorage::infosWithTimestamp()
+{
+    QVERIFY(store()->saveAll({ makeInfo("pending", "", 1, 1000), makeInfo("reminded", "", 3, 1000, true),
+                               makeInfo("completed", "", 2, 1000, false, true),
+                               makeInfo("earlier", "", 4, 999), makeInfo("later", "", 5, 1001),
+                               makeInfo("none", "", 6, 0) }));
+
+    QCOMPARE(idsOf(store()->infosWithTimestamp(1000)), (QStringList { "reminded", "completed", "pending" }));
+    QCOMPARE(idsOf(store()->infosWithTimestamp(999)), QStringList { "earlier" });
+    QCOMPARE(idsOf(store()->infosWithTimestamp(0)), QStringList { "none" });
+    QVERIFY(store()->infosWithTimestamp(5).isEmpty());
+
+    const QList<ReminderInfo> exact = store()->infosWithTimestamp(1001);
+    QCOMPARE(exact.size(), 1);
+    QCOMPARE(exact.first(), makeInfo("later", "", 5, 1001));
+}
+
+void TestReminderStorage::keyword_data()
+{
+    QTest::addColumn<QString>("keyword");
+    QTest::addColumn<QStringList>("expected");
+
+    // Latin text: one, two and three or more characters, any case.
+    QTest::newRow("1 char") << QStringLiteral("m") << QStringList { "k4", "k3", "k2", "k1" };
+    QTest::newRow("1 char upper") << QStringLiteral("M") << QStringList { "k4", "k3", "k2", "k1" };
+    QTest::newRow("1 char none") << QStringLiteral("z") << QStringList {};
+    QTest::newRow("2 chars") << QStringLiteral("mi") << QStringList { "k2", "k1" };
+    QTest::newRow("2 chars mixed case") << QStringLiteral("Mi") << QStringList { "k2", "k1" };
+    QTest::newRow("2 chars across words") << QStringLiteral("l m") << QStringList { "k3" };
+    QTest::newRow("3 chars") << QStringLiteral("mil") << QStringList { "k2", "k1" };
+    QTest::newRow("word upper") << QStringLiteral("MILK") << QStringList { "k2", "k1" };
+    QTest::newRow("word lower of upper text") << QStringLiteral("meeting") << QStringList { "k4" };
+    QTest::newRow("longer word") << QStringLiteral("milks") << QStringList { "k2" };
+    QTest::newRow("phrase") << QStringLiteral("at NOON") << QStringList { "k4" };
+    QTest::newRow("absent word") << QStringLiteral("xyz") << QStringList {};
+    QTest::newRow("longer than any text") << QStringLiteral("milkshake recipe plus more") << QStringList {};
+
+    // Chinese text: one, two and three characters.
+    QTest::newRow("zh 1 char") << QStringLiteral("会") << QStringList { "c4", "c2", "c1" };
+    QTest::newRow("zh 1 char single") << QStringLiteral("奶") << QStringList { "c3" };
+    QTest::newRow("zh 2 chars") << QStringLiteral("开会") << QStringList { "c2", "c1" };
+    QTest::newRow("zh 2 chars end") << QStringLiteral("预算") << QStringList { "c1" };
+    QTest::newRow("zh 3 chars") << QStringLiteral("讨论预") << QStringList { "c1" };
+    QTest::newRow("zh 3 chars shared") << QStringLiteral("天开会") << QStringList { "c2", "c1" };
+    QTest::newRow("zh 3 chars mixed") << QStringLiteral("纪要 ") << QStringList { "c4" };
+    QTest::newRow("zh absent") << QStringLiteral("咖啡店") << QStringList {};
+    QTest::newRow("zh absent short") << QStringLiteral("咖") << QStringList {};
+
+    // Accented letters fold case on both paths.
+    QTest::newRow("accent 1 char upper") << QStringLiteral("É") << QStringList { "e1" };
+    QTest::newRow("accent word upper") << QStringLiteral("ÉCOLE") << QStringList { "e1" };
+
+    // Characters outside the basic plane count as one character each.
+    QTest::newRow("emoji 1") << QStringLiteral("🎉") << QStringList { "p1" };
+    QTest::newRow("emoji 2") << QStringLiteral("🎉🎉") << QStringList { "p1" };
+    QTest::newRow("emoji 3") << QStringLiteral("🎉🎉🎉") << QStringList { "p1" };
+    QTest::newRow("emoji 4") << QStringLiteral("🎉🎉🎉🎉") << QStringList {};
+}
+
+void TestReminderStorage::keyword()
+{
+    QFETCH(QString, keyword);
+    QFETCH(QStringList, expected);
+
+    const QList<ReminderInfo> corpus {
+        makeInfo("k1", "Buy Milk", 1),
+        makeInfo("k2", "milkshake recipe", 2),
+        makeInfo("k3", "Call mom", 3),
+        makeInfo("k4", "MEETING at noon", 4),
+        makeInfo("c1", "明天开会讨论预算", 5),
+        makeInfo("c2", "今天开会", 6),
+        makeInfo("c3", "买牛奶", 7),
+        makeInfo("c4", "会议纪要 sync", 8),
+        makeInfo("e1", "rentrée à l'école", 9),
+        makeInfo("p1", "party 🎉🎉🎉 today", 10),
+    };
+    QVERIFY(store()->saveAll(corpus));
+
+    // The expectation agrees with a plain case-insensitive contains test.
+    QStringList oracle;
+    for (auto it = corpus.crbegin(); it != corpus.crend(); ++it) {
+        if (it->text.contains(keyword, Qt::CaseInsensitive))
+            oracle << it->id;
+    }
+    QCOMPARE(expected, oracle);
+
+    QCOMPARE(idsOf(store()->infosWithKeyword(keyword)), expected);
+    QVERIFY(storagetest::storageLogLines().isEmpty());
+}
+
+void TestReminderStorage::keywordSyntaxIsLiteral_data()
+{
+    QTest::addColumn<QString>("keyword");
+    QTest::addColumn<QStringList>("expected");
+
+    QTest::newRow("quote") << QStringLiteral("\"") << QStringList { "s01" };
+    QTest::newRow("two quotes") << QStringLiteral("\"\"") << QStringList { "s01" };
+    QTest::newRow("quoted word") << QStringLiteral("\"hello\"") << QStringList { "s01" };
+    QTest::newRow("apostrophe") << QStringLiteral("'") << QStringList { "s10", "s02" };
+    QTest::newRow("word with apostrophe") << QStringLiteral("o'clock") << QStringList { "s02" };
+    QTest::newRow("star") << QStringLiteral("*") << QStringList { "s03" };
+    QTest::newRow("prefix star") << QStringLiteral("a*") << QStringList { "s03" };
+    QTest::newRow("stars phrase") << QStringLiteral("a* and *b") << QStringList { "s03" };
+    QTest::newRow("NEAR group") << QStringLiteral("NEAR(a b)") << QStringList { "s04" };
+    QTest::newRow("minus") << QStringLiteral("-x") << QStringList { "s05" };
+    QTest::newRow("OR") << QStringLiteral("a OR b") << QStringList { "s06" };
+    QTest::newRow("AND") << QStringLiteral("a AND b") << QStringList { "s06" };
+    QTest::newRow("AND alone") << QStringLiteral("AND") << QStringList { "s06", "s03" };
+    QTest::newRow("NOT") << QStringLiteral("NOT") << QStringList { "s11", "s07" };
+    QTest::newRow("caret") << QStringLiteral("^a") << QStringList { "s05" };
+    QTest::newRow("column filter") << QStringLiteral("col:val") << QStringList { "s08" };
+    QTest::newRow("open paren") << QStringLiteral("(") << QStringList { "s04" };
+    QTest::newRow("close paren") << QStringLiteral(")") << QStringList { "s04" };
+    QTest::newRow("percent") << QStringLiteral("%") << QStringList { "s09" };
+    QTest::newRow("underscore") << QStringLiteral("_") << QStringList { "s09" };
+    QTest::newRow("backslash") << QStringLiteral("\\") << QStringList { "s09" };
+    QTest::newRow("percent word") << QStringLiteral("0% s") << QStringList { "s09" };
+    QTest::newRow("injection") << QStringLiteral("'; DROP TABLE reminder; --") << QStringList { "s10" };
+    QTest::newRow("comment dashes") << QStringLiteral("--") << QStringList { "s10" };
+    QTest::newRow("unbalanced quote phrase") << QStringLiteral("say \"hel") << QStringList { "s01" };
+    QTest::newRow("absent syntax") << QStringLiteral("{}[]") << QStringList {};
+}
+
+void TestReminderStorage::keywordSyntaxIsLiteral()
+{
+    QFETCH(QString, keyword);
+    QFETCH(QStringList, expected);
+
+    const QList<ReminderInfo> corpus {
+        makeInfo("s01", "say \"hello\" to \"\" me", 1),
+        makeInfo("s02", "it's five o'clock", 2),
+        makeInfo("s03", "glob a* and *b", 3),
+        makeInfo("s04", "NEAR(a b) is a query", 4),
+        makeInfo("s05", "value -x here ^a", 5),
+        makeInfo("s06", "choose a OR b, or a AND b", 6),
+        makeInfo("s07", "NOT this one", 7),
+        makeInfo("s08", "col:val pair", 8),
+        makeInfo("s09", "100% sure_thing back\\slash", 9),
+        makeInfo("s10", "'; DROP TABLE reminder; -- injected", 10),
+        makeInfo("s11", "plain words, nothing special", 11),
+    };
+    QVERIFY(store()->saveAll(corpus));
+
+    QStringList oracle;
+    for (auto it = corpus.crbegin(); it != corpus.crend(); ++it) {
+        if (it->text.contains(keyword, Qt::CaseInsensitive))
+            oracle << it->id;
+    }
+    QCOMPARE(expected, oracle);
+
+    QCOMPARE(idsOf(store()->infosWithKeyword(keyword)), expected);
+    QCOMPARE(idsOf(store()->infosWithKeyword(keyword, 1)), expected.mid(0, 1));
+    const QStringList errors = storagetest::storageLogLines();
+    QVERIFY2(errors.isEmpty(), qPrintable(errors.join('\n')));
+    // The table is still there.
+    QCOMPARE(store()->count(), corpus.size());
+}
+
+void TestReminderStorage::keywordEmptyMatchesAll()
+{
+    QVERIFY(store()->saveAll({ makeInfo("a", "one", 1), makeInfo("b", "", 3), makeInfo("c", "three", 2) }));
+    QCOMPARE(idsOf(store()->infosWithKeyword(QString())), (QStringList { "b", "c", "a" }));
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral(""))), (QStringList { "b", "c", "a" }));
+    QCOMPARE(idsOf(store()->infosWithKeyword(QString(), 2)), (QStringList { "b", "c" }));
+}
+
+void TestReminderStorage::keywordLimit_data()
+{
+    QTest::addColumn<QString>("keyword");
+    QTest::addColumn<int>("limit");
+    QTest::addColumn<QStringList>("expected");
+
+    const QStringList all { "i9", "i8", "i7", "i6", "i5", "i4", "i3", "i2", "i1", "i0" };
+    const QStringList odd { "i9", "i7", "i5", "i3", "i1" };
+    QTest::newRow("indexed, no limit") << QStringLiteral("item") << 0 << all;
+    QTest::newRow("indexed, limit 3") << QStringLiteral("item") << 3 << all.mid(0, 3);
+    QTest::newRow("indexed, limit 1") << QStringLiteral("ITEM") << 1 << all.mid(0, 1);
+    QTest::newRow("indexed, limit above count") << QStringLiteral("item") << 50 << all;
+    QTest::newRow("indexed, filtered and limited") << QStringLiteral("odd") << 2 << odd.mid(0, 2);
+    QTest::newRow("scan, no limit") << QStringLiteral("it") << 0 << all;
+    QTest::newRow("scan, limit 4") << QStringLiteral("it") << 4 << all.mid(0, 4);
+    QTest::newRow("scan, filtered and limited") << QStringLiteral("od") << 3 << odd.mid(0, 3);
+    QTest::newRow("negative limit is no limit") << QStringLiteral("item") << -5 << all;
+    QTest::newRow("empty keyword limited") << QString() << 5 << all.mid(0, 5);
+}
+
+void TestReminderStorage::keywordLimit()
+{
+    QFETCH(QString, keyword);
+    QFETCH(int, limit);
+    QFETCH(QStringList, expected);
+
+    QList<ReminderInfo> infos;
+    for (int i = 0; i < 10; ++i) {
+        const QString parity = i % 2 ? QStringLiteral("odd") : QStringLiteral("even");
+        infos << makeInfo(QStringLiteral("i%1").arg(i), QStringLiteral("item %1 %2").arg(i).arg(parity),
+                          100 + i);
+    }
+    QVERIFY(store()->saveAll(infos));
+    QCOMPARE(idsOf(store()->infosWithKeyword(keyword, limit)), expected);
+}
+
+void TestReminderStorage::allInfosOrder()
+{
+    QVERIFY(store()->saveAll({ makeInfo("m", "", 50), makeInfo("z", "", 10), makeInfo("a", "", 90),
+                               makeInfo("tie-b", "", 70), makeInfo("tie-a", "", 70),
+                               makeInfo("neg", "", -1) }));
+    const QList<ReminderInfo> all = store()->allInfos();
+    QCOMPARE(idsOf(all), (QStringList { "a", "tie-a", "tie-b", "m", "z", "neg" }));
+    for (int i = 1; i < all.size(); ++i)
+        QVERIFY(all[i - 1].orderTime >= all[i].orderTime);
+}
+
+void TestReminderStorage::infoLookup()
+{
+    const ReminderInfo stored = makeInfo("x", "some text", 3, 4, true, false);
+    QVERIFY(store()->save(stored));
+    bool found = false;
+    QCOMPARE(store()->info(QStringLiteral("x"), &found), stored);
+    QVERIFY(found);
+    const ReminderInfo missing = store()->info(QStringLiteral("y"), &found);
+    QVERIFY(!found);
+    QVERIFY(missing.id.isEmpty());
+    // Without the out-parameter.
+    QCOMPARE(store()->info(QStringLiteral("x")).text, QStringLiteral("some text"));
+}
+
+void TestReminderStorage::reopenedRecordIsIdentical_data()
+{
+    QTest::addColumn<ReminderInfo>("info");
+
+    ReminderInfo full;
+    full.id = QStringLiteral("full-1");
+    full.text = QStringLiteral("Ünïcödé text 中文 🎉 with \"quotes\" and 'apostrophes'");
+    full.data = QByteArray("\x00\x01\x02\xfe\xff binary \x00 tail", 20);
+    full.remindTime = Q_INT64_C(1700000000123);
+    full.orderTime = Q_INT64_C(1690000000456);
+    full.reminded = true;
+    full.completed = true;
+    full.unread = true;
+    full.extra = QByteArray("\x00extra\x00", 7);
+    QTest::newRow("every field set") << full;
+
+    ReminderInfo minimal;
+    minimal.id = QStringLiteral("min");
+    QTest::newRow("defaults") << minimal;
+
+    ReminderInfo pending = makeInfo("pending", "call back", -5, 99);
+    pending.unread = true;
+    QTest::newRow("pending, negative order") << pending;
+
+    ReminderInfo large = makeInfo("large", QString(5000, QChar(u'字')), 1, 1);
+    large.data = QByteArray(200000, '\x7f');
+    QTest::newRow("large") << large;
+}
+
+void TestReminderStorage::reopenedRecordIsIdentical()
+{
+    QFETCH(ReminderInfo, info);
+    QVERIFY(store()->save(info));
+    reopen();
+
+    const QList<ReminderInfo> all = store()->allInfos();
+    QCOMPARE(all.size(), 1);
+    QCOMPARE(all.first(), info);
+    QVERIFY(all.first() == info);
+    QCOMPARE(store()->info(info.id), info);
+}
+
+void TestReminderStorage::queryPlansUseIndexes()
+{
+    QList<ReminderInfo> infos;
+    for (int i = 0; i < 200; ++i)
+        infos << makeInfo(QStringLiteral("p%1").arg(i), QStringLiteral("plan text %1").arg(i), i, i * 10,
+                          i % 3 == 0, i % 5 == 0);
+    QVERIFY(store()->saveAll(infos));
+
+    RawDb raw(dbPath());
+    QVERIFY2(raw.isOpen(), qPrintable(raw.lastError()));
+
+    auto usesIndex = [](const QStringList& plan) {
+        bool index = false;
+        for (const QString& step : plan) {
+            if (step.startsWith(QLatin1String("SCAN reminder")) && !step.contains(QLatin1String("INDEX")))
+                return false;
+            if (step.contains(QLatin1String("USING INDEX")) || step.contains(QLatin1String("USING COVERING INDEX")))
+                index = true;
+        }
+        return index;
+    };
+
+    bool ok = false;
+    const QStringList nearest = raw.queryPlan(storage::sql::kNearestTimestamp, &ok);
+    QVERIFY2(ok, qPrintable(raw.lastError()));
+    QVERIFY2(usesIndex(nearest), qPrintable(nearest.join('\n')));
+    // The partial index of pending rows is the one that fits.
+    QVERIFY2(nearest.join('\n').contains(QLatin1String("reminder_pending")), qPrintable(nearest.join('\n')));
+
+    const QStringList byTime = raw.queryPlan(storage::sql::kInfosWithTimestamp, &ok);
+    QVERIFY2(ok, qPrintable(raw.lastError()));
+    QVERIFY2(usesIndex(byTime), qPrintable(byTime.join('\n')));
+    QVERIFY2(byTime.join('\n').contains(QLatin1String("remind_time=?")), qPrintable(byTime.join('\n')));
+
+    // The long-keyword query is driven by the full-text index. The contains
+    // function only exists on the store's own connection; a stand-in with
+    // the same name lets this connection plan the statement.
+    QCOMPARE(sqlite3_create_function_v2(raw.handle(), storage::sql::kContainsFunction, 2, SQLITE_UTF8, nullptr,
+                                        [](sqlite3_context* ctx, int, sqlite3_value**) { sqlite3_result_int(ctx, 1); },
+                                        nullptr, nullptr, nullptr),
+             SQLITE_OK);
+    const QStringList keyword = raw.queryPlan(storage::sql::kInfosWithKeywordIndexed, &ok);
+    QVERIFY2(ok, qPrintable(raw.lastError()));
+    const QString keywordPlan = keyword.join('\n');
+    QVERIFY2(keywordPlan.contains(QLatin1String("reminder_fts VIRTUAL TABLE")), qPrintable(keywordPlan));
+    QVERIFY2(keywordPlan.contains(QLatin1String("INTEGER PRIMARY KEY")), qPrintable(keywordPlan));
+}
+
+void TestReminderStorage::sqliteErrorsAreReportedAndLogged()
+{
+    QVERIFY(store()->save(makeInfo("a", "before", 1, 10)));
+    {
+        RawDb raw(dbPath());
+        QVERIFY(raw.exec(QStringLiteral("DROP TABLE reminder_fts; DROP TABLE reminder")));
+    }
+    ImLog::instance()->clearRecentLines();
+
+    QVERIFY(!store()->save(makeInfo("b", "after", 2, 20)));
+    QVERIFY(!store()->saveAll({ makeInfo("c", "x", 3) }));
+    QVERIFY(!store()->remove(QStringLiteral("a")));
+    QVERIFY(!store()->remove(QList<QString> { "a" }));
+    QVERIFY(!store()->updateExtra(QStringLiteral("a"), "e"));
+    QVERIFY(!store()->updateRemindTime(QStringLiteral("a"), 5));
+    QCOMPARE(store()->nearestTimestamp(), qint64(0));
+    QVERIFY(store()->allInfos().isEmpty());
+    QVERIFY(store()->infosWithTimestamp(10).isEmpty());
+    QVERIFY(store()->infosWithKeyword(QStringLiteral("before")).isEmpty());
+    QVERIFY(store()->infosWithKeyword(QStringLiteral("b")).isEmpty());
+    bool found = true;
+    store()->info(QStringLiteral("a"), &found);
+    QVERIFY(!found);
+    QCOMPARE(store()->count(), 0);
+
+    const QStringList lines = storagetest::storageLogLines();
+    QVERIFY(lines.size() >= 13);
+    for (const QString& line : lines)
+        QVERIFY2(line.contains(QLatin1String("no such table")), qPrintable(line));
+}
+
+void TestReminderStorage::concurrentUse()
+{
+    constexpr int kThreads = 4;
+    constexpr int kPerThread = 100;
+    std::vector<std::thread> threads;
+    std::vector<int> failures(kThreads, 0);
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([this, t, &failures] {
+            for (int i = 0; i < kPerThread; ++i) {
+                const QString id = QStringLiteral("t%1-%2").arg(t).arg(i);
+                if (!store()->save(makeInfo(id, QStringLiteral("thread %1 item %2").arg(t).arg(i), i, i + 1)))
+                    ++failures[t];
+                store()->infosWithKeyword(QStringLiteral("thread"), 5);
+                store()->nearestTimestamp();
+                if (i % 10 == 0 && !store()->remove(id))
+                    ++failures[t];
+            }
+        });
+    }
+    for (auto& thread : threads)
+        thread.join();
+
+    for (int t = 0; t < kThreads; ++t)
+        QCOMPARE(failures[t], 0);
+    QCOMPARE(store()->count(), kThreads * (kPerThread - kPerThread / 10));
+    QCOMPARE(store()->infosWithKeyword(QStringLiteral("thread 2 item")).size(), kPerThread - kPerThread / 10);
+    RawDb raw(dbPath());
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+}
+
+QTEST_GUILESS_MAIN(TestReminderStorage)
+#include "tst_reminderstorage.moc"
