@@ -1,0 +1,72 @@
+#include "threadmanager.h"
+
+#include <QCoreApplication>
+#include <QSemaphore>
+#include <QThread>
+
+ThreadManager* ThreadManager::getInstance()
+{
+    static ThreadManager instance;
+    return &instance;
+}
+
+ThreadManager::ThreadManager()
+{
+    m_thread = new QThread;
+    m_thread->setObjectName(QStringLiteral("storage-worker"));
+    m_context = new QObject;
+    m_context->moveToThread(m_thread);
+    m_thread->start();
+}
+
+ThreadManager::~ThreadManager()
+{
+    // Quit behind the queued tasks, so that they still run: they may be the
+    // last writes of a session.
+    QThread* thread = m_thread;
+    QMetaObject::invokeMethod(m_context, [thread] { thread->quit(); }, Qt::QueuedConnection);
+    m_thread->wait();
+    // The worker has stopped, so its context can go from this thread.
+    delete m_context;
+    delete m_thread;
+}
+
+void ThreadManager::invoke(std::function<void()>&& task, bool onMainThread)
+{
+    if (!task)
+        return;
+    {
+        QMutexLocker lock(&m_mutex);
+        ++m_tasks;
+        if (onMainThread)
+            ++m_mainThreadTasks;
+    }
+    // Queued calls to one receiver are delivered in the order posted.
+    QMetaObject::invokeMethod(m_context, std::move(task), Qt::QueuedConnection);
+}
+
+bool ThreadManager::waitForIdle(int timeoutMs)
+{
+    if (QThread::currentThread() == m_thread)
+        return false;
+    auto done = std::make_shared<QSemaphore>(0);
+    QMetaObject::invokeMethod(m_context, [done] { done->release(); }, Qt::QueuedConnection);
+    return done->tryAcquire(1, timeoutMs);
+}
+
+QThread* ThreadManager::workerThread() const
+{
+    return m_thread;
+}
+
+quint64 ThreadManager::taskCount() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_tasks;
+}
+
+quint64 ThreadManager::mainThreadTaskCount() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_mainThreadTasks;
+}

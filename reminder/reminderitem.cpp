@@ -1,0 +1,659 @@
+#include "reminderitem.h"
+
+#include "accountbase.h"
+#include "contactbase.h"
+#include "contentitem.h"
+#include "deserializecontent.h"
+#include "dialogbase.h"
+#include "fileitem.h"
+#include "jsonmap.h"
+#include "relativemessage.h"
+#include "reminderinfo.h"
+
+#include <QJSEngine>
+#include <QMessageLogger>
+#include <QThread>
+
+namespace {
+
+// Scene code of contents shown inside a reminder.
+constexpr int kReminderScene = 8;
+
+const char kLocalSerializeSignature[] = "bool __cdecl ReminderItem::serialize(struct storage::ReminderInfo &)";
+const char kWireSerializeSignature[] =
+    "bool __cdecl ReminderItem::serialize(class im::content::Reminder &,class AccountBase *,bool)";
+
+const QString kLastContentTime = QStringLiteral("last_content_time");
+const QString kLastCompletedTime = QStringLiteral("last_completed_time");
+const QString kLastPatternTime = QStringLiteral("last_pattern_time");
+const QString kLastUnreadTime = QStringLiteral("last_unread_time");
+
+// Serialises a message into bytes; on failure logs the module's debug line
+// with the calling function's signature, and keeps what was written.
+QByteArray toBytes(const google::protobuf::MessageLite& message, int line, const char* function)
+{
+    const size_t size = message.ByteSizeLong();
+    QByteArray bytes;
+    bool ok = size <= size_t(std::numeric_limits<int>::max());
+    if (ok) {
+        bytes.resize(int(size));
+        ok = message.SerializeToArray(bytes.data(), int(size));
+    }
+    if (!ok)
+        QMessageLogger("reminder/reminderitem", line, function).debug("=====Serialize proto buffer failed");
+    return bytes;
+}
+
+bool isFileBody(const QSharedPointer<ContentItem>& content, int type)
+{
+    return content && content->type() == type && qobject_cast<FileItem*>(content.data());
+}
+
+bool sameSourceFile(FileItem* a, FileItem* b)
+{
+    const auto fa = a->sourceFilePtr();
+    const auto fb = b->sourceFilePtr();
+    if (!fa || !fb)
+        return !fa && !fb;
+    return fa->sameFile(*fb);
+}
+
+} // namespace
+
+ReminderItem::ReminderItem(const QString& id)
+{
+    init();
+    m_remindId = id;
+    m_reminder.set_id(id.toStdString());
+}
+
+ReminderItem::ReminderItem(const storage::ReminderInfo& info, AccountBase* account)
+{
+    init();
+    if (!account)
+        return;
+    if (!m_reminder.ParseFromArray(info.data.constData(), info.data.size())) {
+        m_reminder.Clear();
+        return;
+    }
+    m_remindId = info.id;
+
+    if (showRemindTime() < originalRemindTime())
+        setShowRemindTime(originalRemindTime());
+    m_remindTime = info.remindTime;
+    m_unread = info.unread;
+    if (m_remindTime < showRemindTime())
+        setRemindTime(showRemindTime());
+
+    if (m_reminder.has_pattern()) {
+        const auto& p = m_reminder.pattern();
+        m_interval = p.interval();
+        m_unit = p.unit();
+        m_dayOfWeekFlags = p.day_of_week();
+        m_dayOfMonthFlags = p.day_of_month();
+        m_weekOfMonthFlags = p.week_of_month();
+    }
+
+    im::content::ReminderContent rc;
+    const std::string& plain = m_reminder.content();
+    if (rc.ParseFromArray(plain.data(), int(plain.size()))) {
+        if (rc.content_size() > 0) {
+            m_content = deserializeContent(rc.content(0), kReminderScene, account);
+            if (isFileBody(m_content, ContentItem::FileType))
+                static_cast<FileItem*>(m_content.data())->calcFileType();
+        }
+        if (rc.has_relative())
+            m_quoteMsgItem = RelativeMessage::fromMessage(rc.relative(), account, this);
+    }
+
+    const QVariantMap extra = jsonToMap(info.extra);
+    m_lastContentTime = extra.value(kLastContentTime).toLongLong();
+    m_lastCompletedTime = extra.value(kLastCompletedTime).toLongLong();
+    m_lastPatternTime = extra.value(kLastPatternTime).toLongLong();
+    m_lastUnreadTime = extra.value(kLastUnreadTime).toLongLong();
+}
+
+void ReminderItem::init()
+{
+    static const int registered = qRegisterMetaType<ReminderItemPtr>("ReminderItemPtr");
+    Q_UNUSED(registered);
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+}
+
+ReminderItem::~ReminderItem()
+{
+    // Views let go on this signal, before anything of the item is gone.
+    emit startDestroy();
+    delete m_quoteMsgItem;
+    m_quoteMsgItem = nullptr;
+    m_content.reset();
+}
+
+ContentItem* ReminderItem::content() const
+{
+    return m_content.data();
+}
+
+// ---------------------------------------------------------------- setters
+
+void ReminderItem::setCompleted(bool completed)
+{
+    if (m_reminder.completed() == completed)
+        return;
+    m_reminder.set_completed(completed);
+    emit completedChanged();
+}
+
+void ReminderItem::setReminded(bool reminded)
+{
+    if (m_reminder.reminded() == reminded)
+        return;
+    m_reminder.set_reminded(reminded);
+    emit remindedChanged();
+}
+
+void ReminderItem::setRemindTime(qint64 remindTime)
+{
+    if (m_remindTime == remindTime)
+        return;
+    m_remindTime = remindTime;
+    emit remindTimeChanged();
+}
+
+void ReminderItem::setOriginalRemindTime(qint64 time)
+{
+    if (m_reminder.original_remind_time() == time)
+        return;
+    m_reminder.set_original_remind_time(time);
+    emit originalRemindTimeChanged();
+}
+
+void ReminderItem::setShowRemindTime(qint64 time)
+{
+    if (m_reminder.show_remind_time() == time)
+        return;
+    m_reminder.set_show_remind_time(time);
+    emit showRemindTimeChanged();
+}
+
+void ReminderItem::setValidTime(qint64 time)
+{
+    if (m_reminder.valid_time() == time)
+        return;
+    m_reminder.set_valid_time(time);
+    emit validTimeChanged();
+}
+
+void ReminderItem::setEndDate(qint64 endDate)
+{
+    if (m_reminder.end_date() == endDate)
+        return;
+    m_reminder.set_end_date(endDate);
+    emit endDateChanged();
+}
+
+void ReminderItem::setRepeatCount(int count)
+{
+    if (m_reminder.repeat_count() == count)
+        return;
+    m_reminder.set_repeat_count(count);
+    emit repeatCountChanged();
+}
+
+void ReminderItem::setSnooze(int minutes)
+{
+    if (m_reminder.snooze() == minutes)
+        return;
+    m_reminder.set_snooze(minutes);
+    emit snoozeChanged();
+}
+
+void ReminderItem::setInterval(int interval)
+{
+    if (m_interval == interval)
+        return;
+    m_interval = interval;
+    emit intervalChanged();
+}
+
+void ReminderItem::setUnit(int unit)
+{
+    if (m_unit == unit)
+        return;
+    m_unit = unit;
+    emit unitChanged();
+}
+
+void ReminderItem::setDayOfWeekFlags(int flags)
+{
+    if (m_dayOfWeekFlags == flags)
+        return;
+    m_dayOfWeekFlags = flags;
+    emit dayOfWeekFlagsChanged();
+}
+
+void ReminderItem::setDayOfMonthFlags(int flags)
+{
+    if (m_dayOfMonthFlags == flags)
+        return;
+    m_dayOfMonthFlags = flags;
+    emit dayOfMonthFlagsChanged();
+}
+
+void ReminderItem::setWeekOfMonthFlags(int flags)
+{
+    if (m_weekOfMonthFlags == flags)
+        return;
+    m_weekOfMonthFlags = flags;
+    emit weekOfMonthFlagsChanged();
+}
+
+void ReminderItem::setQuoteMsgItem(RelativeMessage* quote)
+{
+    if (m_quoteMsgItem == quote)
+        return;
+    RelativeMessage* old = m_quoteMsgItem;
+    m_quoteMsgItem = quote;
+    if (quote)
+        quote->setParent(this);
+    emit quoteMsgItemChanged();
+    // Bindings moved to the new quote while the signal was delivered.
+    delete old;
+}
+
+void ReminderItem::setUnread(bool unread)
+{
+    m_unread = unread;
+}
+
+void ReminderItem::setLastContentTime(qint64 time)
+{
+    m_lastContentTime = time;
+}
+
+void ReminderItem::setLastCompletedTime(qint64 time)
+{
+    m_lastCompletedTime = time;
+}
+
+void ReminderItem::setLastPatternTime(qint64 time)
+{
+    m_lastPatternTime = time;
+}
+
+void ReminderItem::setLastUnreadTime(qint64 time)
+{
+    m_lastUnreadTime = time;
+}
+
+void ReminderItem::setTimestamp(qint64 time)
+{
+    if (m_reminder.update_time() != time)
+        m_reminder.set_update_time(time);
+}
+
+void ReminderItem::setOrderTime(qint64 time)
+{
+    if (time > 0)
+        m_reminder.set_order_time(time);
+}
+
+// ------------------------------------------------------------------ body
+
+void ReminderItem::setContent(QSharedPointer<ContentItem> newContent, bool deleteOldFile)
+{
+    if (newContent == m_content)
+        return;
+
+    if (!m_content) {
+        m_content = std::move(newContent);
+        emit contentChanged();
+        return;
+    }
+
+    if (!newContent) {
+        if (m_content->type() != ContentItem::TextType) {
+            if (auto* file = qobject_cast<FileItem*>(m_content.data()))
+                file->deleteFile(deleteOldFile);
+        }
+        m_content.reset();
+        emit contentChanged();
+        return;
+    }
+
+    const int currentType = m_content->type();
+    const int newType = newContent->type();
+    if (currentType != newType || currentType == ContentItem::TextType) {
+        if (currentType == newType) {
+            // Both are text: the body object stays, its text follows.
+            if (m_content->content() == newContent->content())
+                return;
+            m_content->setContent(newContent->content(), newContent->textBlocks());
+        } else {
+            if (currentType != ContentItem::TextType) {
+                if (auto* file = qobject_cast<FileItem*>(m_content.data()))
+                    file->deleteFile(deleteOldFile);
+            }
+            m_content = std::move(newContent);
+        }
+    } else {
+        auto* currentFile = qobject_cast<FileItem*>(m_content.data());
+        auto* newFile = qobject_cast<FileItem*>(newContent.data());
+        if (currentFile && newFile && !sameSourceFile(currentFile, newFile)) {
+            currentFile->deleteFile(deleteOldFile);
+            m_content = std::move(newContent);
+        } else if (currentFile && newFile) {
+            // The same file: only the caption can have changed.
+            if (m_content->content() == newContent->content())
+                return;
+            m_content->setContent(newContent->content(), newContent->textBlocks());
+        } else {
+            // Bodies of the same kind without files (cards, polls) are
+            // replaced whole.
+            m_content = std::move(newContent);
+        }
+    }
+
+    if (isFileBody(m_content, ContentItem::FileType))
+        static_cast<FileItem*>(m_content.data())->calcFileType();
+    emit contentChanged();
+}
+
+void ReminderItem::setText(const QString& text)
+{
+    if (m_content) {
+        m_content->setContent(text, {});
+        return;
+    }
+    if (text.isEmpty())
+        return;
+    QSharedPointer<ContentItem> body(new ContentItem(kReminderScene, nullptr));
+    body->setType(ContentItem::TextType);
+    body->setContent(text, {});
+    m_content = body;
+    emit contentChanged();
+}
+
+QString ReminderItem::text() const
+{
+    return m_content ? m_content->content() : QString();
+}
+
+bool ReminderItem::isEmpty() const
+{
+    if (!m_content)
+        return true;
+    if (!m_content->content().isEmpty())
+        return false;
+    auto* file = qobject_cast<FileItem*>(m_content.data());
+    return !(file && file->sourceFilePtr());
+}
+
+void ReminderItem::moveToThread(QThread* thread)
+{
+    QObject::moveToThread(thread);
+    if (m_content)
+        m_content->moveToThread(thread);
+    // The quote is a child and follows the item; its body is not.
+    if (m_quoteMsgItem && m_quoteMsgItem->contentPtr())
+        m_quoteMsgItem->contentPtr()->moveToThread(thread);
+}
+
+// ------------------------------------------------------- local record form
+
+QString ReminderItem::searchableText() const
+{
+    if (m_content) {
+        QString text = m_content->content();
+        if (text.isEmpty()
+            && (m_content->type() == ContentItem::FileType || m_content->type() == ContentItem::VideoType)) {
+            auto* file = qobject_cast<FileItem*>(m_content.data());
+            if (file && file->sourceFilePtr())
+                text = file->sourceFilePtr()->name();
+        }
+        return text;
+    }
+    if (m_quoteMsgItem)
+        return m_quoteMsgItem->text();
+    return QString();
+}
+
+void ReminderItem::copyPatternToMessage()
+{
+    auto* p = m_reminder.mutable_pattern();
+    p->set_interval(m_interval);
+    p->set_unit(m_unit);
+    p->set_day_of_week(m_dayOfWeekFlags);
+    p->set_day_of_month(m_dayOfMonthFlags);
+    p->set_week_of_month(m_weekOfMonthFlags);
+}
+
+bool ReminderItem::serialize(storage::ReminderInfo& info)
+{
+    info.id = m_remindId;
+    info.remindTime = m_remindTime;
+    info.reminded = m_reminder.reminded();
+    info.completed = m_reminder.completed();
+    info.orderTime = m_reminder.order_time();
+    info.unread = m_unread;
+    info.text = searchableText();
+
+    im::content::ReminderContent rc;
+    if (m_content)
+        m_content->serialize(rc.add_content());
+    if (m_quoteMsgItem)
+        m_quoteMsgItem->serialize(rc.mutable_relative());
+    const QByteArray plain = toBytes(rc, __LINE__, kLocalSerializeSignature);
+    m_reminder.set_content(plain.constData(), size_t(plain.size()));
+
+    copyPatternToMessage();
+    info.data = toBytes(m_reminder, __LINE__, kLocalSerializeSignature);
+
+    QVariantMap extra;
+    extra.insert(kLastContentTime, m_lastContentTime);
+    extra.insert(kLastCompletedTime, m_lastCompletedTime);
+    extra.insert(kLastPatternTime, m_lastPatternTime);
+    extra.insert(kLastUnreadTime, m_lastUnreadTime);
+    info.extra = mapToJson(extra);
+    return true;
+}
+
+// --------------------------------------------------------------- wire form
+
+bool ReminderItem::serialize(im::content::Reminder& out, AccountBase* account, bool textOnly)
+{
+    if (!account)
+        return false;
+    copyPatternToMessage();
+    out.CopyFrom(m_reminder);
+    out.set_has_repeat(true);
+    out.set_read(!m_unread);
+
+    im::content::ReminderContent rc;
+    if (m_content) {
+        if (textOnly) {
+            const QString text = m_content->content();
+            if (text.isEmpty())
+                return false;
+            auto* c = rc.add_content();
+            // A content that carries only a text is a text message.
+            c->set_type(ContentItem::TextType);
+            c->mutable_text()->set_text(text.toStdString());
+        } else {
+            m_content->serialize(rc.add_content());
+        }
+    }
+    if (m_quoteMsgItem)
+        m_quoteMsgItem->serialize(rc.mutable_relative());
+    const QByteArray plain = toBytes(rc, __LINE__, kWireSerializeSignature);
+
+    QByteArray key;
+    const QByteArray cipher = account->encrypt(plain, key);
+    out.set_content(cipher.constData(), size_t(cipher.size()));
+    out.set_key(key.constData(), size_t(key.size()));
+    return true;
+}
+
+void ReminderItem::takeRepeatFields(const im::content::Reminder& msg)
+{
+    if (msg.has_pattern()) {
+        const auto& p = msg.pattern();
+        setInterval(p.interval());
+        setUnit(p.unit());
+        setDayOfWeekFlags(p.day_of_week());
+        setDayOfMonthFlags(p.day_of_month());
+        setWeekOfMonthFlags(p.week_of_month());
+        m_reminder.mutable_pattern()->CopyFrom(p);
+    } else {
+        setInterval(0);
+        setUnit(0);
+        setDayOfWeekFlags(0);
+        setDayOfMonthFlags(0);
+        setWeekOfMonthFlags(0);
+        m_reminder.clear_pattern();
+    }
+    setEndDate(msg.end_date());
+    setRepeatCount(msg.repeat_count());
+    setSnooze(msg.snooze());
+    setValidTime(msg.valid_time());
+}
+
+qint64 ReminderItem::takeShowTime(const im::content::Reminder& msg)
+{
+    const qint64 show = qMax(msg.show_remind_time(), msg.original_remind_time());
+    setShowRemindTime(show);
+    return show;
+}
+
+void ReminderItem::takeTimesSameSeries(const im::content::Reminder& msg, qint64 show, bool withUnread)
+{
+    setRemindTime(qMax(m_remindTime, show));
+    if (msg.completed() && m_remindTime >= 1)
+        setReminded(true);
+    else if (msg.completed() != completed())
+        setReminded(msg.reminded());
+    if (withUnread)
+        takeUnreadSameSeries(msg);
+}
+
+void ReminderItem::takeUnreadSameSeries(const im::content::Reminder& msg)
+{
+    if (m_unread || msg.snooze() >= 1 || m_interval >= 1)
+        setUnread(!msg.read());
+}
+
+void ReminderItem::takeTimesNewSeries(const im::content::Reminder& msg, qint64 show)
+{
+    setRemindTime(show);
+    setOriginalRemindTime(msg.original_remind_time());
+    setReminded(msg.completed() ? true : msg.reminded());
+    if (msg.reminded() || msg.snooze() >= 1 || m_interval >= 1)
+        setUnread(!msg.read());
+    else
+        setUnread(false);
+}
+
+void ReminderItem::takeContent(const im::content::ReminderContent& rc, AccountBase* account)
+{
+    if (rc.content_size() == 0)
+        setContent(nullptr, true);
+    else
+        setContent(deserializeContent(rc.content(0), kReminderScene, account), true);
+    if (!m_quoteMsgItem && rc.has_relative())
+        setQuoteMsgItem(RelativeMessage::fromMessage(rc.relative(), account, this));
+}
+
+void ReminderItem::deserialize(const im::content::Reminder& msg, AccountBase* account)
+{
+    if (msg.has_repeat() || msg.has_pattern())
+        takeRepeatFields(msg);
+    const qint64 show = takeShowTime(msg);
+
+    if (msg.original_remind_time() == originalRemindTime())
+        takeTimesSameSeries(msg, show, true);
+    else
+        takeTimesNewSeries(msg, show);
+
+    setCompleted(msg.completed());
+    setTimestamp(msg.update_time());
+    setOrderTime(msg.order_time());
+
+    if (!account)
+        return;
+    const QByteArray plain = account->decrypt(QByteArray::fromStdString(msg.content()),
+                                              QByteArray::fromStdString(msg.key()));
+    m_reminder.set_content(plain.constData(), size_t(plain.size()));
+    // Content that does not decrypt is not content: the body stays.
+    im::content::ReminderContent rc;
+    if (!plain.isNull() && rc.ParseFromArray(plain.constData(), plain.size()))
+        takeContent(rc, account);
+}
+
+void ReminderItem::mergeFrom(const im::content::Reminder& msg, AccountBase* account, bool* localNewer)
+{
+    bool newer = false;
+    const qint64 serverTime = msg.update_time();
+
+    if (msg.completed() == completed()) {
+        m_lastCompletedTime = 0;
+    } else if (m_lastCompletedTime < serverTime) {
+        m_lastCompletedTime = 0;
+        setCompleted(msg.completed());
+    } else {
+        newer = true;
+    }
+
+    if (m_lastContentTime < serverTime) {
+        m_lastContentTime = 0;
+        const QByteArray plain = account->decrypt(QByteArray::fromStdString(msg.content()),
+                                                  QByteArray::fromStdString(msg.key()));
+        m_reminder.set_content(plain.constData(), size_t(plain.size()));
+        // Unchecked on purpose: what does not parse is no content.
+        im::content::ReminderContent rc;
+        if (!rc.ParseFromArray(plain.constData(), plain.size()))
+            rc.Clear();
+        takeContent(rc, account);
+    } else {
+        newer = true;
+    }
+
+    if (m_lastPatternTime < serverTime) {
+        m_lastPatternTime = 0;
+        const bool sameSeries = msg.original_remind_time() == originalRemindTime();
+        if (msg.has_repeat() || msg.has_pattern())
+            takeRepeatFields(msg);
+        const qint64 show = takeShowTime(msg);
+        if (sameSeries) {
+            takeTimesSameSeries(msg, show, false);
+            if (m_lastUnreadTime < serverTime) {
+                // It is the rule's change time that is cleared here, again;
+                // the unread change time stays until the handler clears it.
+                m_lastPatternTime = 0;
+                takeUnreadSameSeries(msg);
+            } else {
+                newer = true;
+            }
+        } else {
+            takeTimesNewSeries(msg, show);
+        }
+    } else {
+        newer = true;
+    }
+
+    setTimestamp(msg.update_time());
+    setOrderTime(msg.order_time());
+    if (localNewer)
+        *localNewer = newer;
+}
+
+// ------------------------------------------------------------------ quote
+
+void ReminderItem::resolveQuoteSender(AccountBase* account)
+{
+    if (!m_quoteMsgItem || !account || m_quoteMsgItem->sender())
+        return;
+    QSharedPointer<DialogBase> dialog = account->dialog(m_quoteMsgItem->dialogId());
+    if (!dialog)
+        return;
+    m_quoteMsgItem->setSender(dialog->contact(m_quoteMsgItem->senderId(), QString()));
+}
