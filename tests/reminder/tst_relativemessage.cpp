@@ -2,6 +2,7 @@
 #include "carditem.h"
 #include "contactbase.h"
 #include "contentitem.h"
+#include "dialogbase.h"
 #include "fileitem.h"
 #include "relativemessage.h"
 #include "reminderitem.h"

@@ -613,14 +613,14 @@ void TestReminderItem::destroyingEmitsStartDestroyBeforeQuoteIsDeleted()
 
     bool quoteAliveAtSignal = false;
     bool bodyHeldAtSignal = false;
-    int signals = 0;
+    int emitted = 0;
     QObject::connect(item, &ReminderItem::startDestroy, [&] {
-        ++signals;
+        ++emitted;
         quoteAliveAtSignal = !watch.isNull() && item->quoteMsgItem() == quote;
         bodyHeldAtSignal = item->contentPtr() == body;
     });
     delete item;
-    QCOMPARE(signals, 1);
+    QCOMPARE(emitted, 1);
     QVERIFY(quoteAliveAtSignal);
     QVERIFY(bodyHeldAtSignal);
     QVERIFY(watch.isNull());

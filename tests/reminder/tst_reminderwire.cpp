@@ -1,6 +1,7 @@
 // ReminderItem and the server's message: sending, replacing, merging.
 #include "contentitem.h"
 #include "fileitem.h"
+#include "reminderinfo.h"
 #include "relativemessage.h"
 #include "reminderitem.h"
 #include "testaccount.h"
