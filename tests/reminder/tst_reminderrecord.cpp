@@ -368,7 +368,8 @@ void TestReminderRecord::recordWhoseDataDoesNotParseLoadsAsEmptyItem()
     info.id = QStringLiteral("broken");
     info.remindTime = 1234;
     info.unread = true;
-    info.data = QByteArray("\xff\xff\xff\xff garbage", 14);
+    static const char garbage[] = "\xff\xff\xff\xff garbage";
+    info.data = QByteArray(garbage, int(sizeof garbage) - 1);
     info.extra = QByteArray(R"({"last_content_time":5})");
     ReminderItem item(info, account.get());
     QCOMPARE(item.remindId(), QString());
