@@ -7,9 +7,13 @@
 #include "dialogbase.h"
 #include "fileitem.h"
 #include "jsonmap.h"
+#include "modelbaseutil.h"
+#include "networksubject.h"
 #include "relativemessage.h"
 #include "reminderinfo.h"
+#include "reminderpattern.h"
 
+#include <QDateTime>
 #include <QJSEngine>
 #include <QMessageLogger>
 #include <QThread>
@@ -656,4 +660,245 @@ void ReminderItem::resolveQuoteSender(AccountBase* account)
     if (!dialog)
         return;
     m_quoteMsgItem->setSender(dialog->contact(m_quoteMsgItem->senderId(), QString()));
+}
+
+// ------------------------------------------------------------- time rules
+
+namespace {
+
+qint64 now()
+{
+    return network::NetworkSubject::instance()->currentDateTime();
+}
+
+QDateTime local(qint64 msecs)
+{
+    return QDateTime::fromMSecsSinceEpoch(msecs);
+}
+
+// 32-bit two's complement product, written out: signed overflow is
+// undefined in C++.
+qint32 wrappingProduct(qint32 a, qint32 b)
+{
+    return qint32(quint32(a) * quint32(b));
+}
+
+} // namespace
+
+qint64 ReminderItem::snoozeStep(int minutes)
+{
+    return qint64(wrappingProduct(minutes, 60000));
+}
+
+qint64 ReminderItem::occurrence(const QDateTime& anchor, const QDateTime& from, qint64 otherwise) const
+{
+    switch (m_unit) {
+    case 0: return nextDayOccurrence(anchor, from, m_interval);
+    case 1: return nextWeekOccurrence(anchor, from, m_interval, m_dayOfWeekFlags);
+    case 2:
+        return nextMonthOccurrence(anchor, from, m_interval, m_dayOfMonthFlags, m_weekOfMonthFlags,
+                                   m_dayOfWeekFlags);
+    default: return otherwise;
+    }
+}
+
+qint64 ReminderItem::nextRemindTime() const
+{
+    if (m_interval < 1 || showRemindTime() < 1)
+        return m_remindTime;
+    return occurrence(local(originalRemindTime()), local(now()), m_remindTime);
+}
+
+qint64 ReminderItem::nextRemindTimeFromShow() const
+{
+    const qint64 show = showRemindTime();
+    if (m_interval <= 0 || show <= 0)
+        return m_remindTime;
+    return occurrence(local(show), local(qMax(now(), show + 1000)), m_remindTime);
+}
+
+ReminderItem::SeriesEnd ReminderItem::weeklyCountEnd(const QDateTime& anchor, qint64* end) const
+{
+    const int s = anchor.date().dayOfWeek();
+    QList<int> days;
+    for (int i = 0; i < 7; ++i) {
+        const int w = (s - 1 + i) % 7 + 1;
+        if (m_dayOfWeekFlags & ModelBaseUtil::dayOfWeekToFlag(w))
+            days.append(w);
+    }
+    if (days.isEmpty())
+        return SeriesEnd::NoOccurrence;
+
+    // The walk repeats itself every days.size() steps: each cycle ends with
+    // the anchor moved on by whole weeks and the walk back at its start, so
+    // whole cycles are taken at once. The last weekday of the list is never
+    // reached inside a week; the step that would reach it starts the next
+    // cycle instead.
+    const int count = repeatCount();
+    const qint64 cycles = count / days.size();
+    const int rest = count % days.size();
+    qint64 jump = 0;
+    if (qMulOverflow(cycles, 7 * qint64(m_interval), &jump))
+        return SeriesEnd::BeyondCalendar;
+    QDate date = anchor.date().addDays(jump);
+    if (!date.isValid())
+        return SeriesEnd::BeyondCalendar;
+    int previous = date.dayOfWeek();
+    for (int i = 0; i < rest; ++i) {
+        int step = days.at(i) - previous;
+        if (step < 0)
+            step += 7;
+        date = date.addDays(step);
+        previous = days.at(i);
+    }
+    *end = QDateTime(date, anchor.time()).toMSecsSinceEpoch();
+    return SeriesEnd::At;
+}
+
+ReminderItem::SeriesEnd ReminderItem::seriesEnd(qint64* end) const
+{
+    *end = endDate();
+    if (repeatCount() <= 0)
+        return SeriesEnd::At;
+    const QDateTime anchor = local(originalRemindTime());
+    switch (m_unit) {
+    case 0:
+        *end = anchor.addDays(wrappingProduct(repeatCount(), m_interval)).toMSecsSinceEpoch();
+        return SeriesEnd::At;
+    case 1:
+        return weeklyCountEnd(anchor, end);
+    case 2: {
+        QDateTime last = anchor.addMonths(wrappingProduct(repeatCount(), m_interval));
+        last = last.addDays(last.date().daysInMonth() - last.date().day());
+        *end = last.toMSecsSinceEpoch();
+        return SeriesEnd::At;
+    }
+    default:
+        return SeriesEnd::At;
+    }
+}
+
+bool ReminderItem::isValidTime(qint64 t) const
+{
+    qint64 end = 0;
+    switch (seriesEnd(&end)) {
+    case SeriesEnd::NoOccurrence: return false;
+    case SeriesEnd::BeyondCalendar: return true;
+    case SeriesEnd::At: break;
+    }
+    if (end < 1)
+        return t > now();
+    return local(t).date() <= local(end).date();
+}
+
+void ReminderItem::advanceRemindTime(bool fromShow, bool updateShow)
+{
+    if (m_interval < 1) {
+        setReminded(true);
+        return;
+    }
+    qint64 t;
+    if (fromShow) {
+        t = m_remindTime;
+        const qint64 show = showRemindTime();
+        if (show > 0)
+            t = occurrence(local(show), local(qMax(now(), show + 1000)), t);
+    } else {
+        t = nextRemindTime();
+    }
+    if (isValidTime(t)) {
+        if (updateShow)
+            setShowRemindTime(t);
+        setRemindTime(t);
+        setValidTime(t);
+        setReminded(false);
+    } else {
+        setReminded(true);
+    }
+}
+
+bool ReminderItem::stepSnooze()
+{
+    if (snooze() < 1) {
+        const qint64 t = m_interval > 0 ? nextRemindTime() : 0;
+        if (m_interval > 0 && isValidTime(t)) {
+            setRemindTime(t);
+            setValidTime(t);
+            setReminded(false);
+        } else {
+            setReminded(true);
+        }
+        return true;
+    }
+
+    const qint64 step = snoozeStep(snooze());
+    qint64 t = qMax(validTime(), m_remindTime);
+    const qint64 limit = qMax(validTime(), showRemindTime()) + 5 * step;
+    const qint64 current = now();
+    if (t <= current) {
+        // A period that wrapped to zero or below never reaches the present:
+        // the cycle cannot go on.
+        if (step <= 0) {
+            setRemindTime(t);
+            return false;
+        }
+        // The steps the loop would take, at once.
+        t += ((current - t) / step + 1) * step;
+    }
+    setRemindTime(t);
+    return t <= limit;
+}
+
+void ReminderItem::refreshSnooze()
+{
+    if (reminded() || m_remindTime > now() || (m_interval < 1 && snooze() < 1))
+        return;
+    if (snooze() < 1) {
+        advanceRemindTime(false, false);
+        return;
+    }
+    const qint64 step = snoozeStep(snooze());
+    qint64 t = qMax(validTime(), m_remindTime);
+    const qint64 current = now();
+    if (t <= current) {
+        if (step <= 0)
+            return;
+        t += ((current - t) / step + 1) * step;
+    }
+    setRemindTime(t);
+}
+
+void ReminderItem::snoozeToTomorrow()
+{
+    const QDate tomorrow = local(now()).date().addDays(1);
+    const qint64 morning = QDateTime(tomorrow, QTime(9, 0)).toMSecsSinceEpoch();
+    const qint64 next = nextRemindTime();
+    const qint64 t = (next != 0 && morning >= next) ? next : morning;
+    setValidTime(t);
+    setRemindTime(t);
+}
+
+void ReminderItem::reschedule(qint64 t)
+{
+    if (originalRemindTime() == t && m_remindTime == t)
+        return;
+    if (validTime() != 0)
+        setValidTime(0);
+    setOriginalRemindTime(t);
+    setRemindTime(t);
+    setShowRemindTime(t);
+    if (m_interval < 1)
+        return;
+    if (m_unit == 2) {
+        const QDate d = local(m_remindTime).date();
+        if (m_dayOfMonthFlags != 0) {
+            setDayOfMonthFlags(m_dayOfMonthFlags > 0 ? d.day() : d.day() - d.daysInMonth() - 1);
+        } else {
+            setWeekOfMonthFlags(m_weekOfMonthFlags >= 1 ? (d.day() + 6) / 7
+                                                        : -((d.daysInMonth() - d.day() + 7) / 7));
+            setDayOfWeekFlags(ModelBaseUtil::dayOfWeekToFlag(d.dayOfWeek()));
+        }
+    }
+    if (endDate() > 0 && endDate() < t)
+        setEndDate(t);
 }

@@ -131,6 +131,33 @@ public:
     // Looks up the quote's sender once, through the account's dialogs.
     void resolveQuoteSender(AccountBase* account);
 
+    // Time rules. "Now" is always network::NetworkSubject's server-corrected
+    // clock; dates are local.
+
+    // The next occurrence of the rule counted from the first remind time.
+    qint64 nextRemindTime() const;
+    // The next occurrence counted from the shown time, at least a second
+    // after it.
+    qint64 nextRemindTimeFromShow() const;
+    // Whether `t` still lies inside the series (its end date, or the end
+    // its repeat count gives; days compare, not times).
+    bool isValidTime(qint64 t) const;
+    // Moves to the next occurrence, or marks the reminder done.
+    void advanceRemindTime(bool fromShow, bool updateShow);
+    // After a firing: the next snooze step or occurrence. False when the
+    // snooze cycle is used up.
+    bool stepSnooze();
+    // Brings an overdue reminder that has not fired forward to the present.
+    void refreshSnooze();
+    // 09:00 tomorrow, or the next occurrence when that is sooner.
+    void snoozeToTomorrow();
+    // A new time for the whole series.
+    void reschedule(qint64 t);
+
+    // The snooze period in ms: minutes x 60000 as a 32-bit product, so that
+    // periods above 35,791 minutes wrap.
+    static qint64 snoozeStep(int minutes);
+
 signals:
     void contentChanged();
     void originalRemindTimeChanged();
@@ -160,6 +187,10 @@ private:
     void takeUnreadSameSeries(const im::content::Reminder& msg);
     void takeContent(const im::content::ReminderContent& rc, AccountBase* account);
     QString searchableText() const;
+    qint64 occurrence(const QDateTime& anchor, const QDateTime& from, qint64 otherwise) const;
+    enum class SeriesEnd { At, NoOccurrence, BeyondCalendar };
+    SeriesEnd seriesEnd(qint64* end) const;
+    SeriesEnd weeklyCountEnd(const QDateTime& anchor, qint64* end) const;
 
     im::content::Reminder m_reminder;
     QString m_remindId;
