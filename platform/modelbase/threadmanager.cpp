@@ -21,10 +21,17 @@ ThreadManager::ThreadManager()
 
 ThreadManager::~ThreadManager()
 {
-    // Quit behind the queued tasks, so that they still run: they may be the
-    // last writes of a session.
     QThread* thread = m_thread;
-    QMetaObject::invokeMethod(m_context, [thread] { thread->quit(); }, Qt::QueuedConnection);
+    if (QCoreApplication::instance()) {
+        // Quit behind the queued tasks, so that they still run: they may be
+        // the last writes of a session.
+        QMetaObject::invokeMethod(m_context, [thread] { thread->quit(); }, Qt::QueuedConnection);
+    } else {
+        // Without an application object queued events are no longer
+        // delivered (the static instance ends after main() has returned), so
+        // a queued quit would never arrive: stop the worker directly.
+        thread->quit();
+    }
     m_thread->wait();
     // The worker has stopped, so its context can go from this thread.
     delete m_context;

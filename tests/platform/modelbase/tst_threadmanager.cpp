@@ -1,0 +1,288 @@
+#include "threadmanager.h"
+
+#include <QCoreApplication>
+#include <QMutex>
+#include <QProcess>
+#include <QSemaphore>
+#include <QSet>
+#include <QTest>
+#include <QThread>
+
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+class TestThreadManager : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void singleton();
+    void workerIsAnotherRunningThread();
+    void tasksRunInSubmissionOrder();
+    void everyTaskRunsOnTheWorker();
+    void invokeDoesNotRunTheTaskInline();
+    void concurrentSubmittersAllRun();
+    void countsTasks();
+    void emptyTaskIsIgnored();
+    void waitForIdleWithNothingQueued();
+    void waitForIdleFromWorkerReturnsFalse();
+    void taskMaySubmitAnotherTask();
+    void processExitsAfterApplicationEnds();
+};
+
+void TestThreadManager::singleton()
+{
+    ThreadManager* here = ThreadManager::getInstance();
+    QVERIFY(here != nullptr);
+    QCOMPARE(ThreadManager::getInstance(), here);
+    ThreadManager* there = nullptr;
+    std::unique_ptr<QThread> t(QThread::create([&there] { there = ThreadManager::getInstance(); }));
+    t->start();
+    QVERIFY(t->wait());
+    QCOMPARE(there, here);
+}
+
+void TestThreadManager::workerIsAnotherRunningThread()
+{
+    QThread* worker = ThreadManager::getInstance()->workerThread();
+    QVERIFY(worker != nullptr);
+    QVERIFY(worker != QThread::currentThread());
+    QVERIFY(worker->isRunning());
+    QCOMPARE(ThreadManager::getInstance()->workerThread(), worker);
+}
+
+void TestThreadManager::tasksRunInSubmissionOrder()
+{
+    ThreadManager* tm = ThreadManager::getInstance();
+    QMutex mutex;
+    QList<int> order;
+    for (int i = 0; i < 1000; ++i) {
+        tm->invoke([i, &mutex, &order] {
+            QMutexLocker lock(&mutex);
+            order.append(i);
+        }, true);
+    }
+    QVERIFY(tm->waitForIdle());
+    QList<int> expected;
+    for (int i = 0; i < 1000; ++i)
+        expected.append(i);
+    QMutexLocker lock(&mutex);
+    QCOMPARE(order, expected);
+}
+
+void TestThreadManager::everyTaskRunsOnTheWorker()
+{
+    ThreadManager* tm = ThreadManager::getInstance();
+    QMutex mutex;
+    QList<QThread*> threads;
+    for (int i = 0; i < 200; ++i) {
+        tm->invoke([&mutex, &threads] {
+            QMutexLocker lock(&mutex);
+            threads.append(QThread::currentThread());
+        }, i % 2 == 0);
+    }
+    QVERIFY(tm->waitForIdle());
+    QMutexLocker lock(&mutex);
+    QCOMPARE(threads.size(), 200);
+    const QSet<QThread*> distinct(threads.cbegin(), threads.cend());
+    QCOMPARE(distinct.size(), 1);
+    QThread* only = *distinct.cbegin();
+    QVERIFY(only != QThread::currentThread());
+    QCOMPARE(only, tm->workerThread());
+}
+
+void TestThreadManager::invokeDoesNotRunTheTaskInline()
+{
+    // The task waits for a permit that is given only after invoke() has
+    // returned; run inline it would give up and record that.
+    ThreadManager* tm = ThreadManager::getInstance();
+    QSemaphore gate;
+    std::atomic<int> outcome{0};
+    tm->invoke([&gate, &outcome] { outcome = gate.tryAcquire(1, 10000) ? 1 : 2; }, true);
+    gate.release();
+    QVERIFY(tm->waitForIdle());
+    QCOMPARE(outcome.load(), 1);
+}
+
+void TestThreadManager::concurrentSubmittersAllRun()
+{
+    ThreadManager* tm = ThreadManager::getInstance();
+    constexpr int kSubmitters = 8;
+    constexpr int kPerSubmitter = 500;
+    const quint64 tasksBefore = tm->taskCount();
+    const quint64 mainBefore = tm->mainThreadTaskCount();
+
+    QMutex mutex;
+    std::vector<QList<int>> ran(kSubmitters);
+    QSemaphore start;
+    std::vector<std::unique_ptr<QThread>> submitters;
+    for (int s = 0; s < kSubmitters; ++s) {
+        submitters.emplace_back(QThread::create([s, tm, &mutex, &ran, &start] {
+            start.acquire();
+            for (int i = 0; i < kPerSubmitter; ++i) {
+                tm->invoke([s, i, &mutex, &ran] {
+                    QMutexLocker lock(&mutex);
+                    ran[size_t(s)].append(i);
+                }, false);
+            }
+        }));
+    }
+    for (auto& t : submitters)
+        t->start();
+    start.release(kSubmitters);
+    for (auto& t : submitters)
+        QVERIFY(t->wait());
+    QVERIFY(tm->waitForIdle());
+
+    QList<int> expected;
+    for (int i = 0; i < kPerSubmitter; ++i)
+        expected.append(i);
+    QMutexLocker lock(&mutex);
+    for (int s = 0; s < kSubmitters; ++s)
+        QCOMPARE(ran[size_t(s)], expected); // all ran, each submitter's in its order
+    QCOMPARE(tm->taskCount() - tasksBefore, quint64(kSubmitters * kPerSubmitter));
+    QCOMPARE(tm->mainThreadTaskCount(), mainBefore);
+}
+
+void TestThreadManager::countsTasks()
+{
+    ThreadManager* tm = ThreadManager::getInstance();
+    QVERIFY(tm->waitForIdle());
+    const quint64 tasksBefore = tm->taskCount();
+    const quint64 mainBefore = tm->mainThreadTaskCount();
+    std::atomic<int> ran{0};
+    for (int i = 0; i < 7; ++i)
+        tm->invoke([&ran] { ++ran; }, true);
+    for (int i = 0; i < 5; ++i)
+        tm->invoke([&ran] { ++ran; }, false);
+    QCOMPARE(tm->taskCount() - tasksBefore, quint64(12));
+    QCOMPARE(tm->mainThreadTaskCount() - mainBefore, quint64(7));
+    QVERIFY(tm->waitForIdle());
+    QCOMPARE(ran.load(), 12);
+    // Waiting is not a task.
+    QCOMPARE(tm->taskCount() - tasksBefore, quint64(12));
+}
+
+void TestThreadManager::emptyTaskIsIgnored()
+{
+    ThreadManager* tm = ThreadManager::getInstance();
+    const quint64 tasksBefore = tm->taskCount();
+    const quint64 mainBefore = tm->mainThreadTaskCount();
+    tm->invoke(std::function<void()>{}, true);
+    tm->invoke(std::function<void()>{}, false);
+    tm->invoke(std::function<void()>(nullptr), true);
+    QCOMPARE(tm->taskCount(), tasksBefore);
+    QCOMPARE(tm->mainThreadTaskCount(), mainBefore);
+    // The worker is still fine afterwards.
+    std::atomic<bool> ran{false};
+    tm->invoke([&ran] { ran = true; }, true);
+    QVERIFY(tm->waitForIdle());
+    QVERIFY(ran.load());
+    QCOMPARE(tm->taskCount() - tasksBefore, quint64(1));
+}
+
+void TestThreadManager::waitForIdleWithNothingQueued()
+{
+    ThreadManager* tm = ThreadManager::getInstance();
+    QVERIFY(tm->waitForIdle());
+    QVERIFY(tm->waitForIdle());
+}
+
+void TestThreadManager::waitForIdleFromWorkerReturnsFalse()
+{
+    ThreadManager* tm = ThreadManager::getInstance();
+    std::atomic<int> result{-1};
+    tm->invoke([tm, &result] { result = tm->waitForIdle(10000) ? 1 : 0; }, false);
+    QVERIFY(tm->waitForIdle());
+    QCOMPARE(result.load(), 0);
+}
+
+void TestThreadManager::taskMaySubmitAnotherTask()
+{
+    ThreadManager* tm = ThreadManager::getInstance();
+    QMutex mutex;
+    QStringList order;
+    QSemaphore innerDone;
+    QSemaphore secondQueued;
+    tm->invoke([tm, &mutex, &order, &innerDone, &secondQueued] {
+        // Hold on until "second" is queued, so "inner" is queued after it.
+        if (!secondQueued.tryAcquire(1, 30000))
+            return;
+        {
+            QMutexLocker lock(&mutex);
+            order << QStringLiteral("outer");
+        }
+        tm->invoke([&mutex, &order, &innerDone] {
+            {
+                QMutexLocker lock(&mutex);
+                order << QStringLiteral("inner");
+            }
+            innerDone.release();
+        }, false);
+    }, true);
+    tm->invoke([&mutex, &order] {
+        QMutexLocker lock(&mutex);
+        order << QStringLiteral("second");
+    }, true);
+    secondQueued.release();
+    QVERIFY(innerDone.tryAcquire(1, 30000));
+    QVERIFY(tm->waitForIdle());
+    QMutexLocker lock(&mutex);
+    // The inner task was queued behind "second", which was already waiting.
+    QCOMPARE(order, (QStringList{QStringLiteral("outer"), QStringLiteral("second"),
+                                 QStringLiteral("inner")}));
+}
+
+void TestThreadManager::processExitsAfterApplicationEnds()
+{
+    // The worker is a static singleton: it is torn down after main() has
+    // returned and the application object is gone. A child process of this
+    // very executable uses the worker and exits the ordinary way; it must
+    // finish on its own (a generous limit only tells a hang from an exit).
+    QProcess child;
+    child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--exit-child")});
+    QVERIFY2(child.waitForStarted(), qPrintable(child.errorString()));
+    const bool finished = child.waitForFinished(120000);
+    if (!finished) {
+        child.kill();
+        child.waitForFinished();
+    }
+    QVERIFY2(finished, "the child process did not exit");
+    QCOMPARE(child.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(child.exitCode(), 0);
+    QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArrayLiteral("worker ran 3 tasks"));
+}
+
+namespace {
+
+// The child of processExitsAfterApplicationEnds().
+int runExitChild(int argc, char** argv)
+{
+    std::atomic<int> ran{0};
+    {
+        QCoreApplication app(argc, argv);
+        ThreadManager* tm = ThreadManager::getInstance();
+        for (int i = 0; i < 3; ++i)
+            tm->invoke([&ran] { ++ran; }, true);
+        if (!tm->waitForIdle())
+            return 2;
+    }
+    printf("worker ran %d tasks\n", ran.load());
+    fflush(stdout);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc > 1 && qstrcmp(argv[1], "--exit-child") == 0)
+        return runExitChild(argc, argv);
+    QCoreApplication app(argc, argv);
+    TestThreadManager tc;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&tc, argc, argv);
+}
+#include "tst_threadmanager.moc"
