@@ -1,0 +1,468 @@
+#include "remindermodel.h"
+
+#include "accountbase.h"
+#include "contentitem.h"
+#include "fileitem.h"
+
+#include <QJSEngine>
+#include <QMutexLocker>
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+ReminderModel::ReminderModel(AccountBase* account, QObject* parent)
+    : QAbstractListModel(parent),
+      m_account(account)
+{
+    m_roleNames.insert(ReminderDataRole, QByteArrayLiteral("reminderData"));
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+}
+
+ReminderModel::~ReminderModel()
+{
+    clear();
+}
+
+// ------------------------------------------------------------------ rows
+
+int ReminderModel::rowCount(const QModelIndex& /*parent*/) const
+{
+    return visibleCount();
+}
+
+QVariant ReminderModel::data(const QModelIndex& index, int role) const
+{
+    const int row = index.row();
+    if (!isValidRow(row) || role != ReminderDataRole)
+        return QVariant();
+    const int c = completedOffset();
+    const ReminderItemPtr& item = row < c ? m_completedItems.at(row) : m_openItems.at(row - c);
+    return QVariant::fromValue(item);
+}
+
+QHash<int, QByteArray> ReminderModel::roleNames() const
+{
+    return m_roleNames;
+}
+
+bool ReminderModel::isValidRow(int row) const
+{
+    return row >= 0 && row < rowCount();
+}
+
+int ReminderModel::completedOffset() const
+{
+    return m_completedShown ? int(m_completedItems.size()) : 0;
+}
+
+// ------------------------------------------------------------ properties
+
+int ReminderModel::count() const
+{
+    return int(m_openItems.size() + m_completedItems.size());
+}
+
+int ReminderModel::visibleCount() const
+{
+    return int(m_openItems.size()) + completedOffset();
+}
+
+int ReminderModel::completedCount() const
+{
+    return int(m_completedItems.size());
+}
+
+void ReminderModel::setExpand(bool expand)
+{
+    if (m_expand == expand)
+        return;
+    m_expand = expand;
+    emit expandChanged();
+    // The completed rows appear or disappear; the sections stay as they are.
+    // visibleCountChanged is intentionally not emitted here.
+    showCompletedRows(m_expand);
+}
+
+void ReminderModel::showCompletedRows(bool show)
+{
+    if (m_completedShown == show)
+        return;
+    const int c = int(m_completedItems.size());
+    if (c == 0) {
+        m_completedShown = show;
+        return;
+    }
+    if (show) {
+        beginInsertRows(QModelIndex(), 0, c - 1);
+        m_completedShown = true;
+        endInsertRows();
+    } else {
+        beginRemoveRows(QModelIndex(), 0, c - 1);
+        m_completedShown = false;
+        endRemoveRows();
+    }
+}
+
+// ----------------------------------------------------------------- order
+
+qint64 ReminderModel::sortTime(const ReminderItemPtr& item)
+{
+    const qint64 order = item->orderTime();
+    return order >= 1 ? order : item->timestamp();
+}
+
+int ReminderModel::findPosition(const QList<ReminderItemPtr>& list, qint64 key, bool* found)
+{
+    *found = false;
+    const int size = int(list.size());
+    if (size == 0)
+        return 0;
+    if (key > sortTime(list.first()))
+        return 0;
+    if (key < sortTime(list.last()))
+        return size;
+    int lo = 0;
+    int hi = size - 1;
+    while (lo <= hi) {
+        const int mid = lo + (hi - lo) / 2;
+        const qint64 t = sortTime(list.at(mid));
+        if (t == key) {
+            *found = true;
+            return mid;
+        }
+        if (t > key)
+            lo = mid + 1;
+        else
+            hi = mid - 1;
+    }
+    return std::max(lo, hi);
+}
+
+void ReminderModel::placeBatch(QList<ReminderItemPtr>& list, const QList<ReminderItemPtr>& batch)
+{
+    if (batch.isEmpty())
+        return;
+
+    // When the batch's sort times are distinct and the section is strictly
+    // descending, placing the items one by one ends in a single possible
+    // arrangement: every item between a newer and an older one, and a new
+    // item whose time equals an existing item's just in front of it (the
+    // only equal item the search can meet). It is built here by a merge
+    // instead of one list insertion (and one shift of the tail) per item.
+    // With a tie inside the batch, or a section out of order, the result
+    // depends on the order of insertion and the items are placed one by one.
+    std::vector<std::pair<qint64, qsizetype>> keyed;
+    keyed.reserve(size_t(batch.size()));
+    bool batchDescending = true;
+    for (qsizetype i = 0; i < batch.size(); ++i) {
+        const qint64 key = sortTime(batch.at(i));
+        if (!keyed.empty() && keyed.back().first <= key)
+            batchDescending = false;
+        keyed.emplace_back(key, i);
+    }
+    bool distinct = true;
+    if (!batchDescending) {
+        std::sort(keyed.begin(), keyed.end(),
+                  [](const auto& a, const auto& b) { return a.first > b.first; });
+        for (size_t i = 1; i < keyed.size() && distinct; ++i)
+            distinct = keyed[i - 1].first != keyed[i].first;
+    }
+    bool sectionDescending = true;
+    for (qsizetype i = 1; i < list.size() && sectionDescending; ++i)
+        sectionDescending = sortTime(list.at(i - 1)) > sortTime(list.at(i));
+
+    if (distinct && sectionDescending) {
+        if (list.isEmpty() || keyed.front().first < sortTime(list.last())) {
+            // Everything goes after the current end (the usual load path).
+            list.reserve(list.size() + batch.size());
+            for (const auto& k : keyed)
+                list.append(batch.at(k.second));
+            return;
+        }
+        QList<ReminderItemPtr> merged;
+        merged.reserve(list.size() + batch.size());
+        qsizetype i = 0;
+        size_t j = 0;
+        while (i < list.size() && j < keyed.size()) {
+            if (sortTime(list.at(i)) > keyed[j].first)
+                merged.append(list.at(i++));
+            else
+                merged.append(batch.at(keyed[j++].second));
+        }
+        for (; i < list.size(); ++i)
+            merged.append(list.at(i));
+        for (; j < keyed.size(); ++j)
+            merged.append(batch.at(keyed[j].second));
+        list = std::move(merged);
+        return;
+    }
+
+    for (const ReminderItemPtr& item : batch) {
+        bool found = false;
+        list.insert(findPosition(list, sortTime(item), &found), item);
+    }
+}
+
+// --------------------------------------------------------------- changes
+
+void ReminderModel::insert(ReminderItemPtr item)
+{
+    if (!item)
+        return;
+    {
+        QMutexLocker locker(&m_indexLock);
+        const QString id = item->remindId();
+        if (m_index.contains(id))
+            return;
+        m_index.insert(id, item);
+    }
+
+    bool found = false;
+    if (item->completed()) {
+        const int p = findPosition(m_completedItems, sortTime(item), &found);
+        if (m_completedShown) {
+            beginInsertRows(QModelIndex(), p, p);
+            m_completedItems.insert(p, item);
+            endInsertRows();
+        } else {
+            m_completedItems.insert(p, item);
+        }
+        emit completedCountChanged();
+    } else {
+        const int p = findPosition(m_openItems, sortTime(item), &found);
+        const int row = p + completedOffset();
+        beginInsertRows(QModelIndex(), row, row);
+        m_openItems.insert(p, item);
+        endInsertRows();
+    }
+    emit countChanged();
+    emit visibleCountChanged();
+}
+
+void ReminderModel::insertItems(const QList<ReminderItemPtr>& items)
+{
+    if (items.isEmpty())
+        return;
+    // Rows 0 .. n-1 are announced whatever rows the items take (and even
+    // when some of them are hidden completed items); callers rely on this.
+    beginInsertRows(QModelIndex(), 0, int(items.size()) - 1);
+    {
+        QMutexLocker locker(&m_indexLock);
+        QList<ReminderItemPtr> open;
+        QList<ReminderItemPtr> completed;
+        m_index.reserve(m_index.size() + items.size());
+        for (const ReminderItemPtr& item : items) {
+            if (!item)
+                continue;
+            (item->completed() ? completed : open).append(item);
+            // No duplicate check: a later item takes the id over.
+            m_index.insert(item->remindId(), item);
+        }
+        placeBatch(m_openItems, open);
+        placeBatch(m_completedItems, completed);
+    }
+    endInsertRows();
+    emit completedCountChanged();
+    emit countChanged();
+}
+
+ReminderItemPtr ReminderModel::itemById(const QString& remindId) const
+{
+    QMutexLocker locker(&m_indexLock);
+    return m_index.value(remindId);
+}
+
+int ReminderModel::getReminderIndex(QString remindId)
+{
+    const ReminderItemPtr item = itemById(remindId);
+    if (!item)
+        return -1;
+    bool found = false;
+    if (item->completed()) {
+        const int p = findPosition(m_completedItems, sortTime(item), &found);
+        if (!found)
+            return -1;
+        if (!m_expand)
+            setExpand(true);
+        // The completed section is the first one.
+        return p;
+    }
+    const int p = findPosition(m_openItems, sortTime(item), &found);
+    return found ? p + completedOffset() : -1;
+}
+
+void ReminderModel::remove(ReminderItemPtr item, bool release)
+{
+    if (!item)
+        return;
+    const qsizetype openPos = m_openItems.indexOf(item);
+    if (openPos >= 0) {
+        const int row = int(openPos) + completedOffset();
+        beginRemoveRows(QModelIndex(), row, row);
+        m_openItems.removeAt(openPos);
+        endRemoveRows();
+    } else {
+        const qsizetype pos = m_completedItems.indexOf(item);
+        if (pos < 0)
+            return;
+        // A hidden completed item has no row to announce.
+        if (m_completedShown) {
+            beginRemoveRows(QModelIndex(), int(pos), int(pos));
+            m_completedItems.removeAt(pos);
+            endRemoveRows();
+        } else {
+            m_completedItems.removeAt(pos);
+        }
+        emit completedCountChanged();
+    }
+
+    if (release) {
+        ReminderItemPtr dropped;
+        {
+            QMutexLocker locker(&m_indexLock);
+            dropped = m_index.take(item->remindId());
+        }
+        const QSharedPointer<ContentItem> content = item->contentPtr();
+        if (content && content->type() != ContentItem::TextType) {
+            if (auto* file = qobject_cast<FileItem*>(content.data()))
+                file->deleteFile(true);
+        }
+    }
+    // visibleCountChanged is intentionally not emitted on removal.
+    emit countChanged();
+}
+
+void ReminderModel::removeById(const QString& remindId)
+{
+    const ReminderItemPtr item = itemById(remindId);
+    if (item)
+        remove(item, true);
+}
+
+void ReminderModel::removeByIds(const QStringList& remindIds)
+{
+    for (const QString& id : remindIds)
+        removeById(id);
+}
+
+void ReminderModel::resort(ReminderItemPtr item)
+{
+    if (!item)
+        return;
+    remove(item, false);
+    ReminderItemPtr dropped;
+    {
+        QMutexLocker locker(&m_indexLock);
+        dropped = m_index.take(item->remindId());
+    }
+    insert(item);
+}
+
+void ReminderModel::move(int from, int to, QList<ReminderItemPtr>& changed)
+{
+    if (from == to || from < 0 || from >= rowCount())
+        return;
+
+    const int c = int(m_completedItems.size());
+    const int a = int(m_openItems.size());
+    QList<ReminderItemPtr>* section = &m_openItems;
+    int offset = 0;
+    if (!m_completedShown) {
+        if (to < 0 || to >= a)
+            return;
+    } else if (from >= c) {
+        if (to < c || to >= c + a)
+            return;
+        offset = c;
+    } else {
+        if (to < 0 || to >= c)
+            return;
+        section = &m_completedItems;
+    }
+
+    const int destination = to > from ? to + 1 : to;
+    if (!beginMoveRows(QModelIndex(), from, from, QModelIndex(), destination))
+        return;
+    section->move(from - offset, to - offset);
+    endMoveRows();
+
+    // New order times keep the section descending; setOrderTime refuses a
+    // value below 1, in which case the item keeps its order time.
+    QList<ReminderItemPtr>& list = *section;
+    const int t = to - offset;
+    const int last = int(list.size()) - 1;
+    const ReminderItemPtr moved = list.at(t);
+    if (t == 0)
+        moved->setOrderTime(sortTime(list.at(1)) + 1);
+    else
+        moved->setOrderTime(sortTime(list.at(t - 1)) - 1);
+    changed.append(moved);
+    if (t == 0 || t == last)
+        return;
+    for (int j = t + 1; j <= last; ++j) {
+        const qint64 before = sortTime(list.at(j - 1));
+        const ReminderItemPtr& current = list.at(j);
+        if (before > sortTime(current))
+            break;
+        current->setOrderTime(before - 1);
+        changed.append(current);
+    }
+}
+
+void ReminderModel::reset()
+{
+    beginResetModel();
+    QHash<QString, ReminderItemPtr> dropped;
+    {
+        QMutexLocker locker(&m_indexLock);
+        dropped.swap(m_index);
+    }
+    m_openItems.clear();
+    m_completedItems.clear();
+    endResetModel();
+    emit completedCountChanged();
+    emit countChanged();
+}
+
+void ReminderModel::clear()
+{
+    QHash<QString, ReminderItemPtr> dropped;
+    {
+        QMutexLocker locker(&m_indexLock);
+        dropped.swap(m_index);
+    }
+    m_openItems.clear();
+    m_completedItems.clear();
+}
+
+// --------------------------------------------------------------- queries
+
+void ReminderModel::completedIds(QStringList& ids) const
+{
+    ids.reserve(ids.size() + m_completedItems.size());
+    for (const ReminderItemPtr& item : m_completedItems)
+        ids.append(item->remindId());
+}
+
+void ReminderModel::forEachCompletedId(const std::function<void(const QString&)>& fn) const
+{
+    if (!fn)
+        return;
+    for (const ReminderItemPtr& item : m_completedItems)
+        fn(item->remindId());
+}
+
+int ReminderModel::overdueCount() const
+{
+    if (!m_account)
+        return 0;
+    const qint64 now = m_account->currentServerTime();
+    int n = 0;
+    for (const ReminderItemPtr& item : m_openItems) {
+        const qint64 show = item->showRemindTime();
+        if (show > 0 && show < now)
+            ++n;
+    }
+    return n;
+}
