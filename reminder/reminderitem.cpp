@@ -717,7 +717,22 @@ qint64 ReminderItem::nextRemindTimeFromShow() const
     return occurrence(local(show), local(qMax(now(), show + 1000)), m_remindTime);
 }
 
-ReminderItem::SeriesEnd ReminderItem::weeklyCountEnd(const QDateTime& anchor, qint64* end) const
+ReminderItem::SeriesEnd ReminderItem::endOnDay(const QDate& day, const QTime& time)
+{
+    if (!day.isValid())
+        return {SeriesEnd::BeyondCalendar, {}};
+    // An end at or before the epoch's first millisecond means no end. Only
+    // days next to the epoch need the exact instant; converting days far
+    // away to milliseconds is beyond what local time conversion handles.
+    const QDate epoch(1970, 1, 1);
+    if (day < epoch.addDays(-2))
+        return {SeriesEnd::Open, {}};
+    if (day <= epoch.addDays(2) && QDateTime(day, time).toMSecsSinceEpoch() < 1)
+        return {SeriesEnd::Open, {}};
+    return {SeriesEnd::Day, day};
+}
+
+ReminderItem::SeriesEnd ReminderItem::weeklyCountEnd(const QDateTime& anchor) const
 {
     const int s = anchor.date().dayOfWeek();
     QList<int> days;
@@ -727,7 +742,7 @@ ReminderItem::SeriesEnd ReminderItem::weeklyCountEnd(const QDateTime& anchor, qi
             days.append(w);
     }
     if (days.isEmpty())
-        return SeriesEnd::NoOccurrence;
+        return {SeriesEnd::NoOccurrence, {}};
 
     // The walk repeats itself every days.size() steps: each cycle ends with
     // the anchor moved on by whole weeks and the walk back at its start, so
@@ -739,10 +754,10 @@ ReminderItem::SeriesEnd ReminderItem::weeklyCountEnd(const QDateTime& anchor, qi
     const int rest = count % days.size();
     qint64 jump = 0;
     if (qMulOverflow(cycles, 7 * qint64(m_interval), &jump))
-        return SeriesEnd::BeyondCalendar;
+        return {SeriesEnd::BeyondCalendar, {}};
     QDate date = anchor.date().addDays(jump);
     if (!date.isValid())
-        return SeriesEnd::BeyondCalendar;
+        return {SeriesEnd::BeyondCalendar, {}};
     int previous = date.dayOfWeek();
     for (int i = 0; i < rest; ++i) {
         int step = days.at(i) - previous;
@@ -751,44 +766,45 @@ ReminderItem::SeriesEnd ReminderItem::weeklyCountEnd(const QDateTime& anchor, qi
         date = date.addDays(step);
         previous = days.at(i);
     }
-    *end = QDateTime(date, anchor.time()).toMSecsSinceEpoch();
-    return SeriesEnd::At;
+    return endOnDay(date, anchor.time());
 }
 
-ReminderItem::SeriesEnd ReminderItem::seriesEnd(qint64* end) const
+ReminderItem::SeriesEnd ReminderItem::seriesEnd() const
 {
-    *end = endDate();
+    const auto byEndDate = [this]() -> SeriesEnd {
+        if (endDate() < 1)
+            return {SeriesEnd::Open, {}};
+        return {SeriesEnd::Day, local(endDate()).date()};
+    };
     if (repeatCount() <= 0)
-        return SeriesEnd::At;
+        return byEndDate();
     const QDateTime anchor = local(originalRemindTime());
     switch (m_unit) {
     case 0:
-        *end = anchor.addDays(wrappingProduct(repeatCount(), m_interval)).toMSecsSinceEpoch();
-        return SeriesEnd::At;
+        return endOnDay(anchor.date().addDays(wrappingProduct(repeatCount(), m_interval)), anchor.time());
     case 1:
-        return weeklyCountEnd(anchor, end);
+        return weeklyCountEnd(anchor);
     case 2: {
-        QDateTime last = anchor.addMonths(wrappingProduct(repeatCount(), m_interval));
-        last = last.addDays(last.date().daysInMonth() - last.date().day());
-        *end = last.toMSecsSinceEpoch();
-        return SeriesEnd::At;
+        QDate last = anchor.date().addMonths(wrappingProduct(repeatCount(), m_interval));
+        if (last.isValid())
+            last = last.addDays(last.daysInMonth() - last.day());
+        return endOnDay(last, anchor.time());
     }
     default:
-        return SeriesEnd::At;
+        return byEndDate();
     }
 }
 
 bool ReminderItem::isValidTime(qint64 t) const
 {
-    qint64 end = 0;
-    switch (seriesEnd(&end)) {
+    const SeriesEnd end = seriesEnd();
+    switch (end.kind) {
     case SeriesEnd::NoOccurrence: return false;
     case SeriesEnd::BeyondCalendar: return true;
-    case SeriesEnd::At: break;
+    case SeriesEnd::Open: return t > now();
+    case SeriesEnd::Day: break;
     }
-    if (end < 1)
-        return t > now();
-    return local(t).date() <= local(end).date();
+    return local(t).date() <= end.day;
 }
 
 void ReminderItem::advanceRemindTime(bool fromShow, bool updateShow)

@@ -4,6 +4,7 @@
 
 #include "im/content/reminder.pb.h"
 
+#include <QDate>
 #include <QObject>
 #include <QSharedPointer>
 #include <QString>
@@ -188,9 +189,15 @@ private:
     void takeContent(const im::content::ReminderContent& rc, AccountBase* account);
     QString searchableText() const;
     qint64 occurrence(const QDateTime& anchor, const QDateTime& from, qint64 otherwise) const;
-    enum class SeriesEnd { At, NoOccurrence, BeyondCalendar };
-    SeriesEnd seriesEnd(qint64* end) const;
-    SeriesEnd weeklyCountEnd(const QDateTime& anchor, qint64* end) const;
+    // The last day of the series, or why there is none.
+    struct SeriesEnd
+    {
+        enum Kind { Day, Open, NoOccurrence, BeyondCalendar } kind;
+        QDate day;
+    };
+    SeriesEnd seriesEnd() const;
+    SeriesEnd weeklyCountEnd(const QDateTime& anchor) const;
+    static SeriesEnd endOnDay(const QDate& day, const QTime& time);
 
     im::content::Reminder m_reminder;
     QString m_remindId;
