@@ -7,19 +7,23 @@ UserManager::UserManager(QObject* parent) : QObject(parent) {}
 QSharedPointer<ContactBase> UserManager::getUserPointer(qint64 userId, bool requestFromServer,
                                                         const QString& nick, bool createIfMissing)
 {
-    QMutexLocker lock(&m_mutex);
-    if (requestFromServer)
-        m_requested.append(userId);
-    auto it = m_users.constFind(userId);
-    if (it != m_users.constEnd()) {
-        if ((*it)->nick().isEmpty() && !nick.isEmpty())
-            (*it)->setNick(nick);
-        return *it;
+    QSharedPointer<ContactBase> user;
+    {
+        QMutexLocker lock(&m_mutex);
+        if (requestFromServer)
+            m_requested.append(userId);
+        user = m_users.value(userId);
+        if (!user) {
+            if (!createIfMissing)
+                return {};
+            user.reset(new ContactBase(userId, nick));
+            m_users.insert(userId, user);
+            return user;
+        }
     }
-    if (!createIfMissing)
-        return {};
-    QSharedPointer<ContactBase> user(new ContactBase(userId, nick));
-    m_users.insert(userId, user);
+    // Outside the lock: a receiver of nickChanged may call back in.
+    if (user->nick().isEmpty() && !nick.isEmpty())
+        user->setNick(nick);
     return user;
 }
 

@@ -41,6 +41,8 @@ void CardItem::readFrom(const im::content::Content& in)
     ContentItem::readFrom(in);
     setCard(in.card().user_id(), QString::fromStdString(in.card().nick()));
     // The card's own user until somebody resolves a better one.
-    if (!m_user && m_userId > 0)
+    if (m_userId <= 0)
+        setUser({});
+    else if (!m_user || m_user->userId() != m_userId)
         setUser(QSharedPointer<ContactBase>(new ContactBase(m_userId, m_nick)));
 }

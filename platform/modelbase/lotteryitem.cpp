@@ -33,7 +33,9 @@ void LotteryItem::readFrom(const im::content::Content& in)
     ContentItem::readFrom(in);
     const auto& lottery = in.lottery();
     if (lottery.has_title())
-        readTitle(QString::fromStdString(lottery.title().text()));
+        setTitle(QString::fromStdString(lottery.title().text()));
+    else
+        clearTitle();
     QStringList prizes;
     for (const auto& p : lottery.prizes())
         prizes.append(QString::fromStdString(p));

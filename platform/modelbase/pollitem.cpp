@@ -33,7 +33,9 @@ void PollItem::readFrom(const im::content::Content& in)
     ContentItem::readFrom(in);
     const auto& poll = in.poll();
     if (poll.has_title())
-        readTitle(QString::fromStdString(poll.title().text()));
+        setTitle(QString::fromStdString(poll.title().text()));
+    else
+        clearTitle();
     QStringList options;
     for (const auto& o : poll.options())
         options.append(QString::fromStdString(o));

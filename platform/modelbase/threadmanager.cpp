@@ -10,6 +10,17 @@ ThreadManager* ThreadManager::getInstance()
     return &instance;
 }
 
+namespace {
+
+// Runs while the application object is being destroyed, when queued calls
+// are still delivered: the writes handed in so far are finished first.
+void flushWorkerAtExit()
+{
+    ThreadManager::getInstance()->waitForIdle();
+}
+
+} // namespace
+
 ThreadManager::ThreadManager()
 {
     m_thread = new QThread;
@@ -17,6 +28,8 @@ ThreadManager::ThreadManager()
     m_context = new QObject;
     m_context->moveToThread(m_thread);
     m_thread->start();
+    if (QCoreApplication::instance())
+        qAddPostRoutine(flushWorkerAtExit);
 }
 
 ThreadManager::~ThreadManager()

@@ -12,7 +12,17 @@ QString WithOptionsItem::title() const
 
 void WithOptionsItem::setTitle(const QString& title)
 {
+    if (m_title && m_title->content() == title)
+        return;
     readTitle(title);
+    emit optionsChanged();
+}
+
+void WithOptionsItem::clearTitle()
+{
+    if (!m_title)
+        return;
+    m_title.reset();
     emit optionsChanged();
 }
 

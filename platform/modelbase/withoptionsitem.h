@@ -18,6 +18,7 @@ public:
     QSharedPointer<ContentItem> titlePtr() const { return m_title; }
     QString title() const;
     void setTitle(const QString& title);
+    void clearTitle();
     QStringList options() const { return m_options; }
     void setOptions(const QStringList& options);
 
