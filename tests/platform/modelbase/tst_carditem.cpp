@@ -31,6 +31,8 @@ private slots:
     void readFromWithoutUser_data();
     void readFromWithoutUser();
     void readFromKeepsResolvedUser();
+    void rereadingAnotherCardReplacesTheUser();
+    void rereadingCardWithoutUserDropsTheUser();
     void setUserEmitsOnce();
     void setCardEmitsOnlyOnChange();
     void serializeRoundTrip();
@@ -168,6 +170,28 @@ void TestCardItem::serializeRoundTrip()
     QCOMPARE(back.nick(), QStringLiteral("Mallory"));
     QVERIFY(back.user());
     QCOMPARE(back.user()->userId(), qint64(31337));
+}
+
+void TestCardItem::rereadingAnotherCardReplacesTheUser()
+{
+    CardItem card(0, nullptr);
+    card.readFrom(cardMessage(1001, "Bob"));
+    QSignalSpy user(&card, &CardItem::userChanged);
+    card.readFrom(cardMessage(2002, "Ann"));
+    QVERIFY(card.user());
+    QCOMPARE(card.user()->userId(), 2002);
+    QCOMPARE(card.user()->nick(), QStringLiteral("Ann"));
+    QCOMPARE(user.count(), 1);
+}
+
+void TestCardItem::rereadingCardWithoutUserDropsTheUser()
+{
+    CardItem card(0, nullptr);
+    card.readFrom(cardMessage(1001, "Bob"));
+    QSignalSpy user(&card, &CardItem::userChanged);
+    card.readFrom(cardMessage(0, "Nobody"));
+    QVERIFY(!card.user());
+    QCOMPARE(user.count(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestCardItem)

@@ -30,6 +30,7 @@ private slots:
     void waitForIdleFromWorkerReturnsFalse();
     void taskMaySubmitAnotherTask();
     void processExitsAfterApplicationEnds();
+    void tasksQueuedAtShutdownStillRun();
 };
 
 void TestThreadManager::singleton()
@@ -255,7 +256,39 @@ void TestThreadManager::processExitsAfterApplicationEnds()
     QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArrayLiteral("worker ran 3 tasks"));
 }
 
+void TestThreadManager::tasksQueuedAtShutdownStillRun()
+{
+    // A child hands in slow tasks and lets its application object go at
+    // once: the writes already handed in are finished before it is gone.
+    QProcess child;
+    child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--flush-child")});
+    QVERIFY2(child.waitForStarted(), qPrintable(child.errorString()));
+    const bool finished = child.waitForFinished(120000);
+    if (!finished) {
+        child.kill();
+        child.waitForFinished();
+    }
+    QVERIFY2(finished, "the child process did not exit");
+    QCOMPARE(child.exitCode(), 0);
+    QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArrayLiteral("worker ran 10 of 10 tasks"));
+}
+
 namespace {
+
+// The child of tasksQueuedAtShutdownStillRun().
+int runFlushChild(int argc, char** argv)
+{
+    std::atomic<int> ran{0};
+    {
+        QCoreApplication app(argc, argv);
+        ThreadManager* tm = ThreadManager::getInstance();
+        for (int i = 0; i < 10; ++i)
+            tm->invoke([&ran] { QThread::msleep(20); ++ran; }, true);
+    }
+    printf("worker ran %d of 10 tasks\n", ran.load());
+    fflush(stdout);
+    return 0;
+}
 
 // The child of processExitsAfterApplicationEnds().
 int runExitChild(int argc, char** argv)
@@ -280,6 +313,8 @@ int main(int argc, char** argv)
 {
     if (argc > 1 && qstrcmp(argv[1], "--exit-child") == 0)
         return runExitChild(argc, argv);
+    if (argc > 1 && qstrcmp(argv[1], "--flush-child") == 0)
+        return runFlushChild(argc, argv);
     QCoreApplication app(argc, argv);
     TestThreadManager tc;
     QTEST_SET_MAIN_SOURCE_PATH

@@ -15,6 +15,8 @@ private slots:
     void titleIsATextContent();
     void setOptionsEmitsOnlyOnChange();
     void setTitleEmits();
+    void setSameTitleEmitsNothing();
+    void rereadingWithoutTitleDropsTheTitle();
     void pollMultipleEmitsOnlyOnChange();
     void lotteryDrawTimeEmitsOnlyOnChange();
     void pollRoundTrip_data();
@@ -78,6 +80,32 @@ void TestWithOptionsItem::setTitleEmits()
     lottery.setTitle(QStringLiteral("Big draw"));
     QCOMPARE(spy.count(), 2);
     QCOMPARE(lottery.title(), QStringLiteral("Big draw"));
+}
+
+void TestWithOptionsItem::setSameTitleEmitsNothing()
+{
+    PollItem poll(0, nullptr);
+    poll.setTitle(QStringLiteral("Lunch?"));
+    QSignalSpy spy(&poll, &WithOptionsItem::optionsChanged);
+    poll.setTitle(QStringLiteral("Lunch?"));
+    QCOMPARE(spy.count(), 0);
+}
+
+void TestWithOptionsItem::rereadingWithoutTitleDropsTheTitle()
+{
+    PollItem poll(0, nullptr);
+    im::content::Content withTitle;
+    withTitle.set_type(13);
+    withTitle.mutable_poll()->mutable_title()->set_text("Lunch?");
+    poll.readFrom(withTitle);
+    QCOMPARE(poll.title(), QStringLiteral("Lunch?"));
+    QSignalSpy spy(&poll, &WithOptionsItem::optionsChanged);
+    im::content::Content without;
+    without.set_type(13);
+    without.mutable_poll()->add_options("yes");
+    poll.readFrom(without);
+    QVERIFY(!poll.titlePtr());
+    QVERIFY(spy.count() >= 1);
 }
 
 void TestWithOptionsItem::pollMultipleEmitsOnlyOnChange()
