@@ -1,8 +1,13 @@
 #include "reminderpattern.h"
 
+#include "accountmanager.h"
+#include "appsettingmodel.h"
 #include "modelbaseutil.h"
+#include "util.h"
 
+#include <QJSEngine>
 #include <QList>
+#include <QLocale>
 
 namespace {
 
@@ -139,4 +144,388 @@ qint64 nextMonthOccurrence(const QDateTime& anchor, const QDateTime& from, int i
         d = d.addMonths(interval);
     }
     return msecs(d, time);
+}
+
+// ---------------------------------------------------------------- editor
+
+namespace {
+
+QLocale currentLocale()
+{
+    return QLocale(AppSettingModel::language());
+}
+
+QString ordinal(int n)
+{
+    return Util::ordinalNumber(AppSettingModel::language(), n);
+}
+
+// The numbers of a remind date the texts and the month rules use.
+struct DateNumbers
+{
+    explicit DateNumbers(const QDate& date)
+        : day(date.day()),
+          daysInMonth(date.daysInMonth()),
+          weekOfMonth((day + 6) / 7),
+          dayFromEnd(daysInMonth - day + 1),
+          weekFromEnd((daysInMonth - day + 7) / 7),
+          weekdayFlag(ModelBaseUtil::dayOfWeekToFlag(date.dayOfWeek()))
+    {
+    }
+    int day;
+    int daysInMonth;
+    int weekOfMonth;
+    int dayFromEnd;
+    int weekFromEnd;
+    int weekdayFlag;
+};
+
+QVariantMap preset(int cmd, const QString& title)
+{
+    return {{QStringLiteral("cmd"), cmd}, {QStringLiteral("title"), title}};
+}
+
+QVariantMap monthChoice(int unit, const QString& text)
+{
+    return {{QStringLiteral("unit"), unit}, {QStringLiteral("text"), text}};
+}
+
+} // namespace
+
+ReminderPattern::ReminderPattern(QObject* parent) : QObject(parent)
+{
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+}
+
+ReminderPattern::~ReminderPattern() = default;
+
+QDate ReminderPattern::remindDate() const
+{
+    return QDateTime::fromMSecsSinceEpoch(m_remindTime).date();
+}
+
+void ReminderPattern::setRemindTime(qint64 remindTime)
+{
+    if (m_remindTime == remindTime)
+        return;
+    m_timeModified = true;
+    m_remindTime = remindTime;
+    emit remindTimeChanged();
+    if (remindTime <= 0)
+        return;
+    if (m_dayOfWeekFlags == 0)
+        m_dayOfWeekFlags = ModelBaseUtil::dayOfWeekToFlag(remindDate().dayOfWeek());
+    rebuildLists();
+    updateRepeatText();
+}
+
+void ReminderPattern::rebuildLists()
+{
+    const QDate date = remindDate();
+    const QLocale locale = currentLocale();
+    const DateNumbers n(date);
+    const QString dayName = locale.toString(date, QStringLiteral("dddd"));
+    const QString monthName = locale.toString(date, QStringLiteral("MMM"));
+
+    m_defaultRepeatModel.clear();
+    m_defaultRepeatModel.append(preset(NotRepeating, qtTrId("reminder_repeat_not_repeating")));
+    m_defaultRepeatModel.append(preset(EveryDay, qtTrId("reminder_repeat_every_day")));
+    m_defaultRepeatModel.append(preset(EveryWeek, qtTrId("reminder_repeat_every_select_week").arg(dayName)));
+    m_defaultRepeatModel.append(preset(EveryMonthWeekday, qtTrId("reminder_repeat_every_select_week_of_month")
+                                                              .arg(ordinal(n.weekOfMonth), dayName)));
+    m_defaultRepeatModel.append(
+        preset(EveryYear, qtTrId("reminder_repeat_every_month_by_yearly").arg(monthName).arg(n.day)));
+    m_defaultRepeatModel.append(preset(EveryWorkDay, qtTrId("reminder_repeat_every_work_day")));
+    m_defaultRepeatModel.append(preset(Custom, qtTrId("msd_custom")));
+    emit defaultRepeatModelChanged();
+
+    m_monthModel.clear();
+    m_monthModel.append(monthChoice(MonthDay, qtTrId("repeat_day_of_month").arg(ordinal(n.day))));
+    m_monthModel.append(
+        monthChoice(MonthWeekday, qtTrId("repeat_week_of_month").arg(ordinal(n.weekOfMonth), dayName)));
+    m_monthModel.append(
+        monthChoice(MonthDayFromEnd, qtTrId("repeat_last_day_of_month").arg(ordinal(n.dayFromEnd))));
+    m_monthModel.append(monthChoice(MonthWeekdayFromEnd, qtTrId("repeat_last_week_of_month")
+                                                             .arg(ordinal(n.weekFromEnd), dayName)));
+    emit monthModelChanged();
+}
+
+void ReminderPattern::updateRepeatText()
+{
+    if (m_defaultRepeatModel.isEmpty())
+        return;
+    if (m_interval < 1 && m_repeatFlag == Custom) {
+        m_repeatFlag = NotRepeating;
+        emit repeatFlagChanged();
+    }
+    if (m_repeatFlag < Custom) {
+        // A flag below 0 names no preset and has no text.
+        m_repeatText = m_repeatFlag >= 0 && m_repeatFlag < m_defaultRepeatModel.size()
+            ? m_defaultRepeatModel.at(m_repeatFlag).toMap().value(QStringLiteral("title")).toString()
+            : QString();
+    } else if (m_unit == Days) {
+        // Days name their number; weeks and months let the catalogue pick
+        // the plural form. Kept that way on purpose.
+        m_repeatText = m_interval == 1 ? qtTrId("reminder_repeat_every_day")
+                                       : qtTrId("reminder_interval_days").arg(m_interval);
+    } else if (m_unit == Weeks) {
+        m_repeatText = qtTrId("reminder_interval_weeks", m_interval);
+    } else {
+        m_repeatText = qtTrId("reminder_interval_months", m_interval);
+    }
+    emit repeatTextChanged();
+}
+
+QString ReminderPattern::confirmationTip() const
+{
+    const QDate date = remindDate();
+    const QLocale locale = currentLocale();
+    const DateNumbers n(date);
+    const QString dayName = locale.toString(date, QStringLiteral("dddd"));
+    const bool single = m_interval == 1;
+
+    switch (m_unit) {
+    case Days:
+        return single ? qtTrId("reminder_repeat_day_tips") : qtTrId("reminder_repeat_days_tips").arg(m_interval);
+    case Weeks: {
+        if (m_dayOfWeekFlags == 127 && single)
+            return qtTrId("reminder_repeat_day_tips");
+        QString days;
+        if (m_dayOfWeekFlags == 127) {
+            days = qtTrId("reminder_all_week");
+        } else {
+            // From Sunday back to Monday, each in front: reads Monday first.
+            for (int day = 7; day >= 1; --day) {
+                if (!(m_dayOfWeekFlags & ModelBaseUtil::dayOfWeekToFlag(day)))
+                    continue;
+                const QString name = locale.standaloneDayName(day, QLocale::LongFormat);
+                days = days.isEmpty() ? name : name + QStringLiteral(", ") + days;
+            }
+        }
+        return single ? qtTrId("reminder_repeat_week_tips").arg(days)
+                      : qtTrId("reminder_repeat_weeks_tips").arg(m_interval).arg(days);
+    }
+    case MonthDay:
+        return single ? qtTrId("reminder_repeat_day_month_tips").arg(ordinal(n.day))
+                      : qtTrId("reminder_repeat_day_months_tips").arg(m_interval).arg(ordinal(n.day));
+    case MonthWeekday:
+        return single ? qtTrId("reminder_repeat_week_month_tips").arg(ordinal(n.weekOfMonth), dayName)
+                      : qtTrId("reminder_repeat_week_months_tips")
+                            .arg(m_interval)
+                            .arg(ordinal(n.weekOfMonth), dayName);
+    case MonthDayFromEnd:
+        return single ? qtTrId("reminder_repeat_last_day_month_tips").arg(ordinal(n.dayFromEnd))
+                      : qtTrId("reminder_repeat_last_day_months_tips").arg(m_interval).arg(ordinal(n.dayFromEnd));
+    case MonthWeekdayFromEnd:
+        return single ? qtTrId("reminder_repeat_last_week_month_tips").arg(ordinal(n.weekFromEnd), dayName)
+                      : qtTrId("reminder_repeat_last_week_months_tips")
+                            .arg(m_interval)
+                            .arg(ordinal(n.weekFromEnd), dayName);
+    default:
+        return QString();
+    }
+}
+
+void ReminderPattern::repeatFinish()
+{
+    m_timeModified = true;
+    m_repeatModified = true;
+    if (m_repeatFlag != Custom) {
+        // The preset becomes the rule, written without per-field signals.
+        m_interval = 1;
+        switch (m_repeatFlag) {
+        case NotRepeating:
+            m_interval = 0;
+            m_unit = Days;
+            break;
+        case EveryDay:
+            m_unit = Days;
+            break;
+        case EveryWeek:
+            m_unit = Weeks;
+            m_dayOfWeekFlags = ModelBaseUtil::dayOfWeekToFlag(remindDate().dayOfWeek());
+            break;
+        case EveryMonthWeekday:
+            m_unit = MonthWeekday;
+            break;
+        case EveryYear:
+            m_interval = 12;
+            m_unit = MonthDay;
+            break;
+        case EveryWorkDay:
+            m_unit = Weeks;
+            m_dayOfWeekFlags = 31;
+            break;
+        default:
+            break;
+        }
+    } else if (m_unit == Weeks && m_interval == 1 && m_dayOfWeekFlags == 127) {
+        // Every week on every day is every day.
+        m_unit = Days;
+    }
+    updateRepeatText();
+    if (m_interval > 0) {
+        const QString tip = confirmationTip();
+        if (!tip.isEmpty())
+            AccountManager::getInstance()->error(0, tip, 0);
+    }
+}
+
+void ReminderPattern::setRepeatFlag(int flag)
+{
+    if (m_repeatFlag == flag)
+        return;
+    m_repeatFlag = flag;
+    emit repeatFlagChanged();
+}
+
+void ReminderPattern::setInterval(int interval)
+{
+    if (m_interval == interval)
+        return;
+    m_interval = interval;
+    emit intervalChanged();
+}
+
+void ReminderPattern::setUnit(int unit)
+{
+    if (m_unit == unit)
+        return;
+    m_unit = unit;
+    emit unitChanged();
+}
+
+void ReminderPattern::setDayOfWeekFlags(int flags)
+{
+    if (m_dayOfWeekFlags == flags)
+        return;
+    m_dayOfWeekFlags = flags;
+    emit dayOfWeekFlagsChanged();
+}
+
+void ReminderPattern::setEndDate(qint64 endDate)
+{
+    if (m_endDate == endDate)
+        return;
+    m_endDate = endDate;
+    emit endDateChanged();
+}
+
+void ReminderPattern::setRepeatCount(int count)
+{
+    if (m_repeatCount == count)
+        return;
+    m_repeatCount = count;
+    emit repeatCountChanged();
+}
+
+void ReminderPattern::setSnooze(int minutes)
+{
+    if (m_snooze == minutes)
+        return;
+    m_snooze = minutes;
+    emit snoozeChanged();
+    m_timeModified = true;
+    m_repeatModified = true;
+}
+
+void ReminderPattern::loadFrom(const ReminderItemPtr& item)
+{
+    if (!item)
+        return;
+    setInterval(item->interval());
+    if (item->interval() >= 1) {
+        int unit;
+        if (item->unit() == 0)
+            unit = Days;
+        else if (item->unit() == 1)
+            unit = Weeks;
+        else if (item->dayOfMonthFlags() >= 1)
+            unit = MonthDay;
+        else if (item->dayOfMonthFlags() == 0)
+            unit = item->weekOfMonthFlags() >= 1 ? MonthWeekday : MonthWeekdayFromEnd;
+        else
+            unit = MonthDayFromEnd;
+        setUnit(unit);
+        setRepeatFlag(Custom);
+    } else {
+        setRepeatFlag(NotRepeating);
+    }
+    setRepeatCount(item->repeatCount());
+    setEndDate(item->endDate());
+    const int snooze = qMax(0, item->snooze());
+    if (snooze != m_snooze) {
+        m_snooze = snooze;
+        emit snoozeChanged();
+        m_timeModified = true;
+        m_repeatModified = true;
+    }
+    setDayOfWeekFlags(item->dayOfWeekFlags());
+    setRemindTime(item->showRemindTime());
+}
+
+void ReminderPattern::writeTo(const ReminderItemPtr& item) const
+{
+    if (!item)
+        return;
+    item->setDayOfWeekFlags(0);
+    item->setDayOfMonthFlags(0);
+    item->setWeekOfMonthFlags(0);
+    item->setInterval(m_interval);
+    if (m_interval < 1) {
+        item->setUnit(0);
+        item->setEndDate(0);
+        item->setRepeatCount(0);
+    } else {
+        const DateNumbers n(remindDate());
+        switch (m_unit) {
+        case Days:
+            item->setUnit(0);
+            break;
+        case Weeks:
+            item->setUnit(1);
+            item->setDayOfWeekFlags(m_dayOfWeekFlags);
+            break;
+        case MonthDay:
+            item->setUnit(2);
+            item->setDayOfMonthFlags(n.day);
+            break;
+        case MonthWeekday:
+            item->setUnit(2);
+            item->setWeekOfMonthFlags(n.weekOfMonth);
+            item->setDayOfWeekFlags(n.weekdayFlag);
+            break;
+        case MonthDayFromEnd:
+            item->setUnit(2);
+            item->setDayOfMonthFlags(n.day - n.daysInMonth - 1);
+            break;
+        case MonthWeekdayFromEnd:
+            item->setUnit(2);
+            item->setWeekOfMonthFlags(-n.weekFromEnd);
+            item->setDayOfWeekFlags(n.weekdayFlag);
+            break;
+        default:
+            break;
+        }
+        item->setEndDate(m_endDate);
+        item->setRepeatCount(m_repeatCount);
+    }
+    item->setSnooze(m_snooze);
+}
+
+void ReminderPattern::reset()
+{
+    m_remindTime = 0;
+    m_defaultRepeatModel.clear();
+    m_repeatFlag = 0;
+    m_repeatText = QStringLiteral("");
+    m_interval = 0;
+    m_unit = 0;
+    m_dayOfWeekFlags = 0;
+    m_monthModel.clear();
+    m_endDate = 0;
+    m_repeatCount = 0;
+    m_snooze = 0;
+    m_timeModified = false;
+    m_repeatModified = false;
 }

@@ -1760,11 +1760,16 @@ void TestReminderModel::itemByIdFromWorkerThreadWhileInserting()
     }
 
     std::atomic<bool> mainDone{false};
+    std::atomic<bool> workerStarted{false};
     std::atomic<int> wrongItems{0};
     std::atomic<qint64> lookups{0};
     std::vector<char> foundAtEnd(size_t(n), 0);
     std::thread worker([&] {
-        while (!mainDone.load()) {
+        workerStarted.store(true);
+        // At least one full pass, however the threads are scheduled.
+        bool firstPass = true;
+        while (firstPass || !mainDone.load()) {
+            firstPass = false;
             for (int i = 0; i < n; i += 3) {
                 const ReminderItemPtr item = model.itemById(ids.at(i));
                 lookups.fetch_add(1);
@@ -1777,6 +1782,8 @@ void TestReminderModel::itemByIdFromWorkerThreadWhileInserting()
     });
 
     // Single inserts, removals and a bulk fill while the worker looks up.
+    while (!workerStarted.load())
+        std::this_thread::yield();
     for (int i = 0; i < n / 2; ++i) {
         model.insert(items.at(i));
         if (i % 10 == 9)
