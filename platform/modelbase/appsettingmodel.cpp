@@ -80,8 +80,20 @@ QString AppSettingModel::effectiveDirectory() const
         return fromEnv;
     if (!QCoreApplication::instance())
         return QString();
-    return QDir::cleanPath(QCoreApplication::applicationDirPath()
-                           + QLatin1String("/../translations"));
+    return defaultTranslationsDirectory(QCoreApplication::applicationDirPath());
+}
+
+QString AppSettingModel::defaultTranslationsDirectory(const QString& applicationDir)
+{
+    // The build tree keeps the catalogues in <build>/translations beside
+    // <build>/bin; an installed program finds them in
+    // <prefix>/share/reminder/translations beside <prefix>/bin.
+    const QString built = QDir::cleanPath(applicationDir + QLatin1String("/../translations"));
+    const QString installed =
+        QDir::cleanPath(applicationDir + QLatin1String("/../share/reminder/translations"));
+    if (!QDir(built).exists() && QDir(installed).exists())
+        return installed;
+    return built;
 }
 
 void AppSettingModel::setTranslationsDirectory(const QString& directory)

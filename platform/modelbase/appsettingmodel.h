@@ -47,11 +47,15 @@ public:
 
     // Where the .qm files are looked for. An explicitly set directory wins;
     // otherwise the environment variable REMINDER_TRANSLATIONS_DIR; otherwise
-    // <applicationDirPath>/../translations (empty without an application).
+    // <applicationDirPath>/../translations, or the installed
+    // <applicationDirPath>/../share/reminder/translations when only that
+    // exists (empty without an application).
     // Setting an empty directory returns to that default. A change of the
     // directory reloads the current language's catalogue.
     static QString translationsDirectory();
     static void setTranslationsDirectory(const QString& directory);
+    // The default for a program in `applicationDir`.
+    static QString defaultTranslationsDirectory(const QString& applicationDir);
 
     // Whether a translator of this class is installed in the application.
     static bool hasTranslator();

@@ -92,6 +92,7 @@ class TestAppSettingModel : public QObject
     Q_OBJECT
 
 private slots:
+    void defaultDirectoryFindsBuildTreeOrInstalledLayout();
     void initTestCase();
     void init();
     void cleanupTestCase();
@@ -481,6 +482,22 @@ void TestAppSettingModel::hyphenatedNameIsNormalised()
     AppSettingModel::setLanguage(QStringLiteral("zh_CN"));
     QCOMPARE(spy.count(), 1);
     QCOMPARE(qtTrId("msd_custom"), QStringLiteral("自定义"));
+}
+
+void TestAppSettingModel::defaultDirectoryFindsBuildTreeOrInstalledLayout()
+{
+    QTemporaryDir root;
+    QVERIFY(QDir(root.path()).mkpath(QStringLiteral("bin")));
+    const QString bin = root.filePath(QStringLiteral("bin"));
+    // Neither exists: the build-tree place.
+    QCOMPARE(AppSettingModel::defaultTranslationsDirectory(bin), root.filePath(QStringLiteral("translations")));
+    // Only the installed layout exists.
+    QVERIFY(QDir(root.path()).mkpath(QStringLiteral("share/reminder/translations")));
+    QCOMPARE(AppSettingModel::defaultTranslationsDirectory(bin),
+             root.filePath(QStringLiteral("share/reminder/translations")));
+    // Both exist: the build tree wins.
+    QVERIFY(QDir(root.path()).mkpath(QStringLiteral("translations")));
+    QCOMPARE(AppSettingModel::defaultTranslationsDirectory(bin), root.filePath(QStringLiteral("translations")));
 }
 
 QTEST_GUILESS_MAIN(TestAppSettingModel)
