@@ -6,9 +6,11 @@
 #include "dialogbase.h"
 #include "networksubject.h"
 #include "sharedpreferencebase.h"
+#include "threadmanager.h"
 #include "usermanager.h"
 #include "userstorageprovider.h"
 
+#include <QCoreApplication>
 #include <QDir>
 
 AccountBase::AccountBase(qint64 accountId, qint64 deviceId, const QString& dataDir,
@@ -26,7 +28,14 @@ AccountBase::AccountBase(qint64 accountId, qint64 deviceId, const QString& dataD
     m_ownUser = m_users->getUserPointer(accountId, false, QString(), true);
 }
 
-AccountBase::~AccountBase() = default;
+AccountBase::~AccountBase()
+{
+    // Storage tasks queued on the worker write to this account's database:
+    // they finish before it closes. (Without an application object queued
+    // tasks are no longer delivered; the worker was flushed when it ended.)
+    if (QCoreApplication::instance())
+        ThreadManager::getInstance()->waitForIdle();
+}
 
 QString AccountBase::cacheDirectory() const
 {

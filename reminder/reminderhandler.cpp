@@ -1,0 +1,815 @@
+#include "reminderhandler.h"
+
+#include "accountbase.h"
+#include "accountcommand.h"
+#include "accountmanager.h"
+#include "cachefilestorage.h"
+#include "contactbase.h"
+#include "contentitem.h"
+#include "fileitem.h"
+#include "filemanager.h"
+#include "imlog.h"
+#include "modelbaseutil.h"
+#include "networksubject.h"
+#include "relativemessage.h"
+#include "reminderinfo.h"
+#include "remindermodel.h"
+#include "reminderpattern.h"
+#include "reminderstorage.h"
+#include "sharedpreferencebase.h"
+#include "threadmanager.h"
+#include "userstorageprovider.h"
+
+#include "im/content/reminder.pb.h"
+
+#include <QCoreApplication>
+#include <QJSEngine>
+#include <QMessageLogger>
+#include <QPointer>
+#include <QThread>
+
+namespace {
+
+// The host's message type of a reminder notification.
+constexpr int kReminderMessageType = 2005;
+
+bool onMainThread()
+{
+    return QCoreApplication::instance() && QThread::currentThread() == QCoreApplication::instance()->thread();
+}
+
+} // namespace
+
+// ------------------------------------------------------------- lifecycle
+
+ReminderHandler::ReminderHandler(AccountBase* account)
+    : QObject(account),
+      ModelBase(),
+      m_reminderModel(new ReminderModel(account)),
+      m_searchModel(new ReminderModel(account)),
+      m_account(account),
+      m_pattern(new ReminderPattern(this)),
+      m_remindTimer(this)
+{
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+    connect(&m_remindTimer, &QTimer::timeout, this, &ReminderHandler::onTimeOut);
+}
+
+ReminderHandler::~ReminderHandler()
+{
+    // Storage tasks hold this handler's follow-ups: let them run out first.
+    ThreadManager::getInstance()->waitForIdle();
+    m_searchFuture.waitForFinished();
+    delete m_reminderModel;
+    delete m_searchModel;
+    delete m_pattern;
+}
+
+void ReminderHandler::registerMetaType(const char*)
+{
+    qRegisterMetaType<ReminderItem*>("ReminderItem *");
+    qRegisterMetaType<RelativeMessage*>("RelativeMessage *");
+    qRegisterMetaType<ReminderItemPtr>("ReminderItemPtr");
+    qRegisterMetaType<ReminderModel*>("ReminderModel *");
+    qRegisterMetaType<ReminderHandler*>("ReminderHandler *");
+    qRegisterMetaType<ReminderPattern*>("ReminderPattern *");
+}
+
+qint64 ReminderHandler::now() const
+{
+    return m_account ? m_account->currentServerTime() : network::NetworkSubject::instance()->currentDateTime();
+}
+
+void ReminderHandler::loadLocalData(bool connectOnly)
+{
+    if (m_account && m_account->sharedPreference()) {
+        connect(m_account->sharedPreference(), &SharedPreferenceBase::listFinished, this,
+                &ReminderHandler::onListFinished,
+                Qt::ConnectionType(Qt::QueuedConnection | Qt::UniqueConnection));
+    }
+    if (connectOnly || !m_account)
+        return;
+    // A new load after the data was cleared starts with the stop flag down.
+    setStopped(false);
+
+    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    const QList<storage::ReminderInfo> infos = store->allInfos();
+    int overdue = 0;
+    QVariantList notifications;
+    QStringList cacheKeys;
+    QList<ReminderItemPtr> items;
+    items.reserve(infos.size());
+    QThread* mainThread = QCoreApplication::instance() ? QCoreApplication::instance()->thread() : thread();
+
+    for (const storage::ReminderInfo& info : infos) {
+        if (isStopped())
+            break;
+        ReminderItemPtr item(new ReminderItem(info, m_account));
+        if (item->remindId().isEmpty()) {
+            // An unreadable record stays in storage untouched; it is not shown.
+            ImLog::instance()->error(QStringLiteral("Reminder record %1 could not be read").arg(info.id));
+            continue;
+        }
+        item->refreshSnooze();
+        if (item->remindTime() != info.remindTime)
+            store->updateRemindTime(info.id, item->remindTime());
+        updateLastRemindId(info.id);
+        item->moveToThread(mainThread);
+
+        if (needUpload(item->contentPtr()))
+            m_failedUploads.insert(info.id, item);
+        else if (item->content())
+            item->content()->appendCacheKeys(cacheKeys);
+
+        if (!item->completed() && now() > item->showRemindTime()) {
+            if (item->showRemindTime() > 0)
+                ++overdue;
+            if (item->snooze() > 0 && item->remindTime() > item->showRemindTime() && !item->reminded())
+                makeNotifyMsgs(item, notifications);
+        }
+        if (item->lastContentTime() > 0 || item->lastCompletedTime() > 0 || item->lastPatternTime() > 0
+            || item->lastUnreadTime() > 0)
+            m_pendingSync.insert(info.id);
+        items.append(item);
+    }
+
+    if (!cacheKeys.isEmpty()) {
+        storage::CacheFileStorage* cache = m_account->storage()->cacheFileStorage();
+        const qint64 usedAt = now();
+        ThreadManager::getInstance()->invoke([cache, cacheKeys, usedAt] { cache->updateTimestamp(cacheKeys, usedAt); },
+                                             onMainThread());
+    }
+    m_reminderModel->insertItems(items);
+    m_nearestTimestamp = store->nearestTimestamp();
+    if (overdue != m_uncompleteOverdueCount) {
+        m_uncompleteOverdueCount = overdue;
+        emit uncompleteOverdueCountChanged();
+    }
+    if (!notifications.isEmpty())
+        QMetaObject::invokeMethod(this, "notifyReminder", Qt::AutoConnection, Q_ARG(QVariantList, notifications));
+}
+
+void ReminderHandler::onListFinished()
+{
+    m_listFinished = true;
+    if (m_failedUploads.isEmpty() && m_pendingSync.isEmpty())
+        return;
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            // Every change not yet confirmed goes out again.
+            const QSet<QString> pending = m_pendingSync;
+            for (const QString& id : pending) {
+                if (m_failedUploads.contains(id))
+                    continue;
+                if (ReminderItemPtr item = m_reminderModel->itemById(id))
+                    syncToServer(item, false, UpdateSyncOnly);
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+void ReminderHandler::prepareToClearData(bool)
+{
+    setStopped(true);
+    m_uncompleteOverdueCount = 0;
+    QMutexLocker searchLock(&m_searchMutex);
+    if (!m_searchFuture.isFinished()) {
+        m_searchFuture.cancel();
+        m_searchFuture.waitForFinished();
+    }
+    QMutexLocker uploadLock(&m_uploadMutex);
+    const QStringList uploading = m_uploading.keys();
+    for (const QString& id : uploading)
+        cancelUpload(id, CancelBySystem);
+    m_uploading.clear();
+    m_notifiedIds.clear();
+    m_pendingSync.clear();
+    m_selectedIds.clear();
+    clearStatus();
+    uploadLock.unlock();
+    searchLock.unlock();
+}
+
+void ReminderHandler::clearData(bool)
+{
+    QMutexLocker lock(&m_uploadMutex);
+    m_remindTimer.stop();
+    m_reminderModel->clear();
+    m_searchModel->clear();
+    m_editItem.reset();
+    m_movedItems.clear();
+    m_failedUploads.clear();
+    m_uploading.clear();
+    m_editBackup.reset();
+    // Nothing is pending and nothing is sent until the next load and list.
+    m_nearestTimestamp = 0;
+    m_listFinished = false;
+}
+
+void ReminderHandler::clearStatus()
+{
+    m_editItem.reset();
+    m_attachment = nullptr;
+    m_content = QString();
+    m_pattern->reset();
+}
+
+// --------------------------------------------------------------- surface
+
+int ReminderHandler::selectCount() const
+{
+    return m_selectedIds.size();
+}
+
+int ReminderHandler::selectCompletedCount() const
+{
+    return m_selectCompletedCount;
+}
+
+int ReminderHandler::uncompleteOverdueCount() const
+{
+    return m_uncompleteOverdueCount;
+}
+
+void ReminderHandler::setContent(const QString& content)
+{
+    if (m_content == content)
+        return;
+    m_content = content;
+    emit contentChanged();
+    m_pattern->setTimeModified(true);
+    m_contentModify = true;
+}
+
+RelativeMessage* ReminderHandler::quoteMsgItem() const
+{
+    return m_editItem ? m_editItem->quoteMsgItem() : nullptr;
+}
+
+ContentItem* ReminderHandler::attachmentItem() const
+{
+    return m_editItem ? m_editItem->content() : nullptr;
+}
+
+QSharedPointer<ContentItem> ReminderHandler::attachmentItemPtr() const
+{
+    return m_editItem ? m_editItem->contentPtr() : QSharedPointer<ContentItem>();
+}
+
+void ReminderHandler::setAttachmentModify(bool modify)
+{
+    if (m_attachmentModify == modify)
+        return;
+    m_attachmentModify = modify;
+    emit attachmentModifyChanged();
+}
+
+// ------------------------------------------------------ local persistence
+
+void ReminderHandler::runOnStorage(std::function<void()>&& task)
+{
+    ThreadManager::getInstance()->invoke(std::move(task), onMainThread());
+}
+
+void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::function<void()> done)
+{
+    if (!item)
+        return;
+    // The record is taken here, on the item's own thread, at the moment of
+    // the call; the worker only writes it and never reads an item that the
+    // interface may be changing at the same time.
+    storage::ReminderInfo info;
+    bool write = false;
+    if (type == UpdateAll)
+        write = item->serialize(info);
+    const QString id = item->remindId();
+    const qint64 remindTime = item->remindTime();
+    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    QPointer<ReminderHandler> self(this);
+    runOnStorage([self, store, type, write, info, id, remindTime, item, done] {
+        if (type == UpdateAll && write)
+            store->save(info);
+        else if (type == UpdateRemindTime)
+            store->updateRemindTime(id, remindTime);
+        if (done && self)
+            QMetaObject::invokeMethod(self.data(), done, Qt::AutoConnection);
+    });
+}
+
+// ------------------------------------------------ remind timer, notifying
+
+void ReminderHandler::checkStartTimer()
+{
+    const qint64 delta = m_nearestTimestamp - now();
+    if (delta > ONE_HOURE) {
+        if (m_remindTimer.isActive() && m_remindTimer.interval() == ONE_HOURE)
+            return;
+        m_remindTimer.stop();
+        m_remindTimer.setSingleShot(false);
+        m_remindTimer.setInterval(int(ONE_HOURE));
+        m_remindTimer.start();
+    } else if (delta < 0) {
+        onTimeOut();
+    } else {
+        if (m_remindTimer.isActive() && delta > m_remindTimer.interval())
+            return;
+        m_remindTimer.stop();
+        m_remindTimer.setSingleShot(true);
+        m_remindTimer.setInterval(int(delta + 1000));
+        m_remindTimer.start();
+    }
+}
+
+void ReminderHandler::updateNearestTimer(const ReminderItemPtr& item)
+{
+    if (!item || item->reminded() || item->remindTime() <= 0)
+        return;
+    qint64 candidate;
+    if (m_nearestTimestamp <= 0) {
+        candidate = item->remindTime();
+    } else if (m_nearestTimestamp < item->remindTime()) {
+        // The item may have been the nearest one and moved later.
+        candidate = m_account->storage()->reminderStorage()->nearestTimestamp();
+        if (candidate == m_nearestTimestamp)
+            return;
+    } else if (m_nearestTimestamp == item->remindTime()) {
+        return;
+    } else {
+        candidate = item->remindTime();
+    }
+    m_nearestTimestamp = candidate;
+    checkStartTimer();
+}
+
+void ReminderHandler::refreshAfterSave(const ReminderItemPtr& item)
+{
+    if (!item)
+        return;
+    if (item->reminded()) {
+        const qint64 nearest = m_account->storage()->reminderStorage()->nearestTimestamp();
+        if (nearest != m_nearestTimestamp) {
+            m_nearestTimestamp = nearest;
+            checkStartTimer();
+        }
+    } else {
+        updateNearestTimer(item);
+    }
+}
+
+void ReminderHandler::onTimeOut()
+{
+    qint64 current = now();
+    if (current < m_nearestTimestamp) {
+        // Early, as the hourly tick is.
+        if (m_remindTimer.interval() < ONE_HOURE) {
+            ImLog::instance()->error(QStringLiteral("Reminder time out: CurrentDateTime(%1), LoadedRemindTime(%2)")
+                                         .arg(current)
+                                         .arg(m_nearestTimestamp));
+        } else if (!network::NetworkSubject::instance()->appIsActive()) {
+            m_account->requestRefresh();
+        }
+        checkStartTimer();
+        return;
+    }
+
+    bool stuck = false;
+    if (m_nearestTimestamp > 0) {
+        storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+        do {
+            const QList<storage::ReminderInfo> due = store->infosWithTimestamp(m_nearestTimestamp);
+            QVariantList notifications;
+            qint64 oldTime = 0;
+            qint64 newTime = 0;
+            for (const storage::ReminderInfo& info : due) {
+                if (info.reminded)
+                    continue;
+                ReminderItemPtr item = m_reminderModel->itemById(info.id);
+                if (!item)
+                    continue;
+                bool unreadStep = false;
+                if (item->reminded()) {
+                    // The stored record lags behind the item.
+                    saveToDb(item, UpdateAll);
+                } else if (item->completed()) {
+                    item->setReminded(true);
+                    saveToDb(item, UpdateAll);
+                } else if (item->interval() < 1 && item->snooze() < 1) {
+                    makeNotifyMsgs(item, notifications);
+                    item->setReminded(true);
+                    unreadStep = true;
+                } else {
+                    oldTime = item->remindTime();
+                    if (item->stepSnooze()) {
+                        makeNotifyMsgs(item, notifications);
+                        newTime = item->remindTime();
+                        unreadStep = true;
+                    } else {
+                        saveToDb(item, UpdateRemindTime);
+                    }
+                }
+                if (!unreadStep)
+                    continue;
+                if (item->unread() && !item->reminded()) {
+                    // Fired again before being seen.
+                    saveToDb(item, UpdateRemindTime);
+                } else {
+                    item->setUnread(true);
+                    item->setLastUnreadTime(m_nearestTimestamp);
+                    m_pendingSync.insert(item->remindId());
+                    syncToServer(item, false, UpdateAll);
+                }
+            }
+            if (!notifications.isEmpty())
+                AccountManager::getInstance()->notifyNewMessage(notifications);
+
+            const qint64 previous = m_nearestTimestamp;
+            m_nearestTimestamp = store->nearestTimestamp();
+            if (m_nearestTimestamp == previous) {
+                ImLog::instance()->error(
+                    QStringLiteral("Reminder time out notify: old time(%1), new time(%2), nearest time(%3)")
+                        .arg(oldTime)
+                        .arg(newTime)
+                        .arg(m_nearestTimestamp));
+                stuck = true;
+                break;
+            }
+            if (m_nearestTimestamp < 1)
+                break;
+            current = now();
+        } while (m_nearestTimestamp <= current);
+    }
+
+    if (m_nearestTimestamp == 0)
+        m_remindTimer.stop();
+    else if (stuck)
+        rearmWhenStorageCaughtUp(m_nearestTimestamp);
+    else
+        checkStartTimer();
+}
+
+void ReminderHandler::rearmWhenStorageCaughtUp(qint64 stuckAt)
+{
+    // The pass's writes are still queued on the storage worker, so storage
+    // reported the instant it had just handled. Instead of handling it again
+    // at once (from records that are about to change), the timer rule runs
+    // again behind those writes. If storage still reports the same instant
+    // then (a record with no reminder to fire), the next try waits for the
+    // hourly tick.
+    QPointer<ReminderHandler> self(this);
+    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    runOnStorage([self, store, stuckAt] {
+        const qint64 nearest = store->nearestTimestamp();
+        if (!self)
+            return;
+        QMetaObject::invokeMethod(
+            self.data(),
+            [self, nearest, stuckAt] {
+                if (!self)
+                    return;
+                self->m_nearestTimestamp = nearest;
+                if (nearest == 0) {
+                    self->m_remindTimer.stop();
+                } else if (nearest == stuckAt && nearest <= self->now()) {
+                    self->m_remindTimer.stop();
+                    self->m_remindTimer.setSingleShot(false);
+                    self->m_remindTimer.setInterval(int(ONE_HOURE));
+                    self->m_remindTimer.start();
+                } else {
+                    self->checkStartTimer();
+                }
+            },
+            Qt::AutoConnection);
+    });
+}
+
+void ReminderHandler::makeNotifyMsgs(const ReminderItemPtr& item, QVariantList& list)
+{
+    if (!item)
+        return;
+    item->resolveQuoteSender(m_account);
+    const QSharedPointer<ContactBase> own = m_account->ownUser();
+    QVariantMap record;
+    record.insert(QStringLiteral("accountId"), m_account->accountId());
+    record.insert(QStringLiteral("accountNick"), own ? own->nick() : QString());
+    record.insert(QStringLiteral("msgType"), kReminderMessageType);
+    record.insert(QStringLiteral("dateTime"), item->remindTime());
+    record.insert(QStringLiteral("mute"), false);
+    record.insert(QStringLiteral("msgData"), QVariant::fromValue(item));
+    list.append(QVariant(record));
+    // A snoozed reminder's notification stays standing until the user acts.
+    if (item->snooze() > 0 && !m_notifiedIds.contains(item->remindId()))
+        m_notifiedIds.insert(item->remindId());
+}
+
+void ReminderHandler::notifyReminder(QVariantList notifyMsgs)
+{
+    AccountManager::getInstance()->notifyNewMessage(notifyMsgs);
+}
+
+void ReminderHandler::removeNotify(const QString& remindId)
+{
+    if (m_notifiedIds.remove(remindId))
+        AccountManager::getInstance()->deletedReminder(m_account->accountId(), remindId);
+}
+
+void ReminderHandler::setUncompleteOverdueCount(int count)
+{
+    if (m_uncompleteOverdueCount == count)
+        return;
+    m_uncompleteOverdueCount = count;
+    emit uncompleteOverdueCountChanged();
+}
+
+void ReminderHandler::recountOverdue()
+{
+    setUncompleteOverdueCount(m_reminderModel->overdueCount());
+}
+
+void ReminderHandler::stamp(const ReminderItemPtr& item, qint64 time)
+{
+    item->setLastPatternTime(time);
+    item->setLastUnreadTime(time);
+}
+
+void ReminderHandler::send(const ReminderItemPtr& item, std::function<void()> done)
+{
+    m_pendingSync.insert(item->remindId());
+    syncToServer(item, false, UpdateAll, std::move(done));
+}
+
+void ReminderHandler::readyReminder()
+{
+    if (m_nearestTimestamp > 0)
+        checkStartTimer();
+}
+
+void ReminderHandler::snoozeReminder(QString remindId, int mins)
+{
+    ReminderItemPtr item = m_reminderModel->itemById(remindId);
+    if (!item)
+        return;
+    m_notifiedIds.remove(remindId);
+    const qint64 time = now();
+    // The 32-bit product wraps above 35,791 minutes, as it always has.
+    item->setValidTime(time + ReminderItem::snoozeStep(mins));
+    item->setRemindTime(item->validTime());
+    item->setUnread(false);
+    stamp(item, time);
+    send(item, [this, item] { updateNearestTimer(item); });
+}
+
+void ReminderHandler::snoozeTomorrow(QString remindId)
+{
+    ReminderItemPtr item = m_reminderModel->itemById(remindId);
+    if (!item)
+        return;
+    m_notifiedIds.remove(remindId);
+    item->snoozeToTomorrow();
+    item->setUnread(false);
+    stamp(item, now());
+    send(item, [this, item] { updateNearestTimer(item); });
+}
+
+void ReminderHandler::closeOverdueReminder(QString remindId)
+{
+    ReminderItemPtr item = m_reminderModel->itemById(remindId);
+    if (!item)
+        return;
+    m_notifiedIds.remove(remindId);
+    item->setSnooze(0);
+    item->advanceRemindTime(false, false);
+    item->setUnread(false);
+    stamp(item, now());
+    send(item, [this, item] { refreshAfterSave(item); });
+}
+
+void ReminderHandler::overdueReminderFinish(QString remindId)
+{
+    ReminderItemPtr item = m_reminderModel->itemById(remindId);
+    if (!item)
+        return;
+    m_notifiedIds.remove(remindId);
+    checkeNextRemindTime(item, false);
+}
+
+void ReminderHandler::modifyRemindTime(QString reminderId, qint64 remindTime)
+{
+    ReminderItemPtr item = m_reminderModel->itemById(reminderId);
+    if (!item)
+        return;
+    item->setUnread(false);
+    if (!item->completed())
+        item->setReminded(false);
+    item->reschedule(remindTime);
+    removeNotify(reminderId);
+    item->setLastPatternTime(now());
+    item->setLastUnreadTime(now());
+    send(item, [this, item] { updateNearestTimer(item); });
+}
+
+void ReminderHandler::cancelReminder(QString remindId)
+{
+    ReminderItemPtr item = m_reminderModel->itemById(remindId);
+    if (!item)
+        return;
+    item->setUnread(false);
+    item->setReminded(false);
+    // The rule is cleared through the editor: loaded, reset, written back.
+    m_pattern->loadFrom(item);
+    m_pattern->reset();
+    m_pattern->writeTo(item);
+    item->reschedule(0);
+    removeNotify(remindId);
+    item->setLastPatternTime(now());
+    item->setLastUnreadTime(now());
+    send(item, [this, item] { updateNearestTimer(item); });
+}
+
+void ReminderHandler::checkeNextRemindTime(const ReminderItemPtr& item, bool fromShow)
+{
+    item->advanceRemindTime(fromShow, true);
+    item->setUnread(false);
+    const qint64 time = now();
+    if (item->reminded())
+        completedReminder(item, true);
+    stamp(item, time);
+    send(item, [this, item] { refreshAfterSave(item); });
+}
+
+void ReminderHandler::completedReminder(const ReminderItemPtr& item, bool completed)
+{
+    const qint64 time = now();
+    item->setOrderTime(time);
+    item->setCompleted(completed);
+    item->setUnread(false);
+    item->setLastCompletedTime(time);
+    item->setLastUnreadTime(time);
+    m_reminderModel->resort(item);
+    if (m_searchModel->itemById(item->remindId()))
+        m_searchModel->resort(item);
+}
+
+bool ReminderHandler::completedReminder(QString remindId, bool completed)
+{
+    if (m_notifiedIds.remove(remindId))
+        AccountManager::getInstance()->deletedReminder(m_account->accountId(), remindId);
+    ReminderItemPtr item = m_reminderModel->itemById(remindId);
+    if (!item)
+        return false;
+    if (completed) {
+        // A repeating reminder moves on and stays open; only one without a
+        // further occurrence is completed.
+        checkeNextRemindTime(item, true);
+    } else {
+        completedReminder(item, false);
+        if (item->remindTime() > now()) {
+            item->setReminded(false);
+            updateNearestTimer(item);
+        }
+        m_pendingSync.insert(remindId);
+        syncToServer(item, false, UpdateAll);
+    }
+    return item->completed() == completed;
+}
+
+// ------------------------------------------------------------- deleting
+
+void ReminderHandler::deleteReminder(const QString& id)
+{
+    ReminderItemPtr item = m_reminderModel->itemById(id);
+    if (!item)
+        return;
+    if (m_selectedIds.contains(id))
+        select(id);
+    m_reminderModel->removeById(id);
+    m_searchModel->removeById(id);
+    if (!item->completed() && item->showRemindTime() > 0 && now() > item->showRemindTime()) {
+        --m_uncompleteOverdueCount;
+        emit uncompleteOverdueCountChanged();
+    }
+    if (item->remindTime() == m_nearestTimestamp) {
+        const qint64 nearest = m_account->storage()->reminderStorage()->nearestTimestamp();
+        if (nearest >= 1) {
+            m_nearestTimestamp = nearest;
+            checkStartTimer();
+        } else {
+            m_nearestTimestamp = 0;
+            m_remindTimer.stop();
+        }
+    }
+    removeNotify(id);
+}
+
+void ReminderHandler::deleteSelect(QString reminderId)
+{
+    m_pendingSync.remove(reminderId);
+    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    QPointer<ReminderHandler> self(this);
+    runOnStorage([self, store, reminderId] {
+        store->remove(reminderId);
+        if (!self)
+            return;
+        QMetaObject::invokeMethod(
+            self.data(),
+            [self, reminderId] {
+                if (!self)
+                    return;
+                self->deleteReminder(reminderId);
+                self->m_account->command()->deleteReminders({reminderId});
+            },
+            Qt::AutoConnection);
+    });
+}
+
+void ReminderHandler::select(QString reminderId)
+{
+    const bool wasSelected = m_selectedIds.removeOne(reminderId);
+    if (!wasSelected)
+        m_selectedIds.append(reminderId);
+    ReminderItemPtr item = m_reminderModel->itemById(reminderId);
+    if (item && item->completed()) {
+        m_selectCompletedCount += wasSelected ? -1 : 1;
+        emit selectCompletedCountChanged();
+    }
+    emit selectCountChanged();
+}
+
+bool ReminderHandler::selected(QString reminderId)
+{
+    return m_selectedIds.contains(reminderId);
+}
+
+// ------------------------------------------------------ synchronisation
+
+void ReminderHandler::syncToServer(ReminderItemPtr item, bool textOnly, UpdateKeyType key, std::function<void()> done)
+{
+    if (!item)
+        return;
+    item->setTimestamp(now());
+    saveToDb(item, key, std::move(done));
+    if (m_listFinished) {
+        im::content::Reminder message;
+        if (item->serialize(message, m_account, textOnly)) {
+            QByteArray bytes(int(message.ByteSizeLong()), Qt::Uninitialized);
+            if (!message.SerializeToArray(bytes.data(), bytes.size())) {
+                QMessageLogger("reminder/reminderhandler", __LINE__,
+                               "void __cdecl ReminderHandler::syncToServer(class QSharedPointer<class ReminderItem>,"
+                               "bool,enum ReminderHandler::UpdateKeyType,class std::function<void __cdecl(void)>)")
+                    .debug("=====Serialize proto buffer failed");
+            }
+            m_account->command()->updateReminder(item->remindId(), bytes);
+        }
+    }
+    recountOverdue();
+    m_editRemindId = item->remindId();
+}
+
+void ReminderHandler::updateLastRemindId(const QString& remindId)
+{
+    // The bare device number is the prefix, so that ids of a device whose
+    // number begins with the same digits count too; kept on purpose.
+    if (!m_account || !remindId.startsWith(QString::number(m_account->deviceId())))
+        return;
+    const int separator = remindId.lastIndexOf(QLatin1Char('_'));
+    const int sequence = remindId.mid(separator + 1).toInt();
+    if (sequence > m_lastRemindId)
+        m_lastRemindId = sequence;
+}
+
+bool ReminderHandler::needUpload(const QSharedPointer<ContentItem>& content) const
+{
+    if (!content || !ModelBaseUtil::isNeedUploadType(content->type()))
+        return false;
+    auto* file = qobject_cast<FileItem*>(content.data());
+    FileManager* files = m_account ? m_account->fileManager() : nullptr;
+    if (!file || !files)
+        return false;
+    if (file->validThumbFile() && file->thumbnailFilePtr()
+        && files->isUploadRegistered(file->thumbnailFilePtr()->fileId()))
+        return true;
+    return file->sourceFilePtr() && files->isUploadRegistered(file->sourceFilePtr()->fileId());
+}
+
+// ------------------------------------------- arriving with later changes
+
+// Editing, attachments, uploads, bulk selection, search and reordering come
+// with their own changes; until then these slots do nothing.
+void ReminderHandler::editReminder(QString) {}
+void ReminderHandler::newReminder(QString) {}
+void ReminderHandler::addAttachment(QString) {}
+void ReminderHandler::removeAttachment() {}
+void ReminderHandler::cancelTransfer() {}
+void ReminderHandler::retryUpload(QString) {}
+void ReminderHandler::cancelUpload(QString, CancelType) {}
+void ReminderHandler::syncReminder() {}
+void ReminderHandler::cancel() {}
+void ReminderHandler::selectAll(bool) {}
+void ReminderHandler::selectAllCompleted(bool) {}
+void ReminderHandler::deleteAllCompleted() {}
+void ReminderHandler::clearSelect() {}
+void ReminderHandler::deleteSelects() {}
+void ReminderHandler::move(int, int) {}
+void ReminderHandler::moveFinish() {}
+void ReminderHandler::search(QString) {}
+void ReminderHandler::resetSearch() {}
