@@ -154,19 +154,7 @@ void ReminderHandler::onListFinished()
     m_listFinished = true;
     if (m_failedUploads.isEmpty() && m_pendingSync.isEmpty())
         return;
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            // Every change not yet confirmed goes out again.
-            const QSet<QString> pending = m_pendingSync;
-            for (const QString& id : pending) {
-                if (m_failedUploads.contains(id))
-                    continue;
-                if (ReminderItemPtr item = m_reminderModel->itemById(id))
-                    syncToServer(item, false, UpdateSyncOnly);
-            }
-        },
-        Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, [this] { retrySync(); }, Qt::QueuedConnection);
 }
 
 void ReminderHandler::prepareToClearData(bool)
@@ -763,6 +751,19 @@ void ReminderHandler::syncToServer(ReminderItemPtr item, bool textOnly, UpdateKe
     }
     recountOverdue();
     m_editRemindId = item->remindId();
+}
+
+void ReminderHandler::retrySync()
+{
+    // Every change not yet confirmed goes out again; a reminder still
+    // waiting for its upload is sent when the upload ends.
+    const QSet<QString> pending = m_pendingSync;
+    for (const QString& id : pending) {
+        if (m_failedUploads.contains(id))
+            continue;
+        if (ReminderItemPtr item = m_reminderModel->itemById(id))
+            syncToServer(item, false, UpdateSyncOnly);
+    }
 }
 
 void ReminderHandler::updateLastRemindId(const QString& remindId)

@@ -157,6 +157,7 @@ private:
 
     // Server synchronisation.
     void syncToServer(ReminderItemPtr item, bool textOnly, UpdateKeyType key, std::function<void()> done = {});
+    void retrySync();
     void updateLastRemindId(const QString& remindId);
 
     // Editing.
