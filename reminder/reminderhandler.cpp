@@ -753,6 +753,154 @@ void ReminderHandler::syncToServer(ReminderItemPtr item, bool textOnly, UpdateKe
     m_editRemindId = item->remindId();
 }
 
+void ReminderHandler::syncFinished(const QString& remindId, const QByteArray& data, int code)
+{
+    switch (code) {
+    case -1:
+        // Sending stops until the host lists again; changes are still stored.
+        m_listFinished = false;
+        break;
+    case 0:
+        if (ReminderItemPtr item = m_reminderModel->itemById(remindId)) {
+            item->setLastContentTime(0);
+            item->setLastCompletedTime(0);
+            item->setLastPatternTime(0);
+            item->setLastUnreadTime(0);
+            storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+            runOnStorage([store, remindId] { store->updateExtra(remindId, QByteArray()); });
+        }
+        m_pendingSync.remove(remindId);
+        break;
+    case 1:
+        if (data.isEmpty()) {
+            m_pendingSync.remove(remindId);
+            removeAsDeletedOnServer(remindId);
+            break;
+        }
+        {
+            im::content::Reminder message;
+            if (!message.ParseFromArray(data.constData(), data.size())) {
+                ImLog::instance()->error(QStringLiteral("Reminder answer for %1 could not be read").arg(remindId));
+                break;
+            }
+            if (ReminderItemPtr item = m_reminderModel->itemById(remindId))
+                mergeServerState(item, message, false);
+        }
+        m_pendingSync.remove(remindId);
+        break;
+    default:
+        break;
+    }
+}
+
+void ReminderHandler::listAndNotif(const QString& remindId, const QByteArray& data)
+{
+    if (data.isEmpty()) {
+        m_pendingSync.remove(remindId);
+        removeAsDeletedOnServer(remindId);
+        return;
+    }
+    im::content::Reminder message;
+    if (!message.ParseFromArray(data.constData(), data.size())) {
+        ImLog::instance()->error(QStringLiteral("Reminder listing for %1 could not be read").arg(remindId));
+        return;
+    }
+    ReminderItemPtr item = m_reminderModel->itemById(remindId);
+    if (!item) {
+        item.reset(new ReminderItem(remindId));
+        if (QCoreApplication::instance())
+            item->moveToThread(QCoreApplication::instance()->thread());
+        item->deserialize(message, m_account);
+        // Like a stored reminder at load: an overdue one is brought forward.
+        item->refreshSnooze();
+        m_reminderModel->insert(item);
+        recountOverdue();
+        saveToDb(item, UpdateAll, [this, item] { updateNearestTimer(item); });
+        if (item == m_editItem)
+            emit attachmentItemChanged();
+        return;
+    }
+    if (item->lastContentTime() > 0 || item->lastCompletedTime() > 0 || item->lastPatternTime() > 0
+        || item->lastUnreadTime() > 0) {
+        mergeServerState(item, message, false);
+        return;
+    }
+    // No unsent change here: the server's state is taken whole.
+    if (message.update_time() != item->timestamp()) {
+        cancelUpload(remindId, CancelByUser);
+        if (item == m_editItem && m_editExisting)
+            setAttachmentModify(false);
+    }
+    mergeServerState(item, message, true);
+}
+
+void ReminderHandler::removeAsDeletedOnServer(const QString& remindId)
+{
+    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    QPointer<ReminderHandler> self(this);
+    runOnStorage([self, store, remindId] {
+        store->remove(remindId);
+        if (self)
+            QMetaObject::invokeMethod(
+                self.data(), [self, remindId] { if (self) self->deleteReminder(remindId); }, Qt::AutoConnection);
+    });
+}
+
+void ReminderHandler::mergeServerState(const ReminderItemPtr& item, const im::content::Reminder& message,
+                                       bool replace)
+{
+    const QString id = item->remindId();
+    const bool editedHere = item == m_editItem && m_editExisting;
+    if (!replace) {
+        if (item->lastContentTime() < message.update_time())
+            cancelUpload(id, CancelByUser);
+        if (editedHere)
+            setAttachmentModify(false);
+    }
+
+    const qint64 orderKey = item->orderTime() > 0 ? item->orderTime() : item->timestamp();
+    const qint64 serverKey = message.order_time() > 0 ? message.order_time() : message.update_time();
+    const bool positionMayChange = orderKey != serverKey || item->completed() != message.completed();
+    const bool unreadBefore = item->unread();
+    const qint64 validBefore = item->validTime();
+    const qint64 remindBefore = item->remindTime();
+    const int snoozeBefore = item->snooze();
+
+    bool localNewer = false;
+    if (replace)
+        item->deserialize(message, m_account);
+    else
+        item->mergeFrom(message, m_account, &localNewer);
+    item->refreshSnooze();
+
+    if (!unreadBefore && item->unread() && !item->completed() && !item->reminded()) {
+        QVariantList notifications;
+        makeNotifyMsgs(item, notifications);
+        AccountManager::getInstance()->notifyNewMessage(notifications);
+    } else if (validBefore != item->validTime() || remindBefore != item->remindTime()
+               || snoozeBefore != item->snooze()) {
+        removeNotify(id);
+    }
+    if (editedHere)
+        m_editBackup = item->contentPtr();
+    if (positionMayChange) {
+        m_reminderModel->resort(item);
+        if (m_searchModel->itemById(id))
+            m_searchModel->resort(item);
+    }
+    recountOverdue();
+    updateNearestTimer(item);
+    if (item == m_editItem)
+        emit attachmentItemChanged();
+
+    if (localNewer) {
+        syncToServer(item, false, UpdateAll);
+    } else {
+        m_pendingSync.remove(id);
+        saveToDb(item, UpdateAll);
+    }
+}
+
 void ReminderHandler::retrySync()
 {
     // Every change not yet confirmed goes out again; a reminder still

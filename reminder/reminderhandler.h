@@ -20,6 +20,7 @@
 
 #include <functional>
 
+namespace im { namespace content { class Reminder; } }
 class AccountBase;
 class ContentItem;
 class MediaSendItem;
@@ -66,6 +67,13 @@ public:
     void loadLocalData(bool connectOnly) override;
     void prepareToClearData(bool switching) override;
     void clearData(bool switching) override;
+
+    // The server's answer to one sent reminder: code 0 accepted, 1 the
+    // server's state (empty data: the server no longer has it), -1 stop
+    // sending until the next listing.
+    void syncFinished(const QString& remindId, const QByteArray& data, int code);
+    // One reminder of the server's listing (empty data: deleted there).
+    void listAndNotif(const QString& remindId, const QByteArray& data);
 
     // Registers the types QML and queued calls carry; the argument is not
     // used.
@@ -158,6 +166,8 @@ private:
     // Server synchronisation.
     void syncToServer(ReminderItemPtr item, bool textOnly, UpdateKeyType key, std::function<void()> done = {});
     void retrySync();
+    void removeAsDeletedOnServer(const QString& remindId);
+    void mergeServerState(const ReminderItemPtr& item, const im::content::Reminder& message, bool replace);
     void updateLastRemindId(const QString& remindId);
 
     // Editing.
