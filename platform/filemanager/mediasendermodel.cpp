@@ -15,14 +15,109 @@
 #include <QStandardPaths>
 #include <QUuid>
 
+#include <algorithm>
+#include <vector>
+
 namespace {
 
-// Scales down (never up) so that the long side is at most `side`.
+// One source row as non-premultiplied ARGB values.
+void fetchRow(const QImage& image, int y, std::vector<QRgb>& row)
+{
+    const int w = image.width();
+    row.resize(size_t(w));
+    switch (image.format()) {
+    case QImage::Format_RGB32:
+    case QImage::Format_ARGB32: {
+        const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+        std::copy(line, line + w, row.begin());
+        if (image.format() == QImage::Format_RGB32) {
+            for (QRgb& p : row)
+                p |= 0xff000000u;
+        }
+        break;
+    }
+    case QImage::Format_ARGB32_Premultiplied: {
+        const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(y));
+        for (int x = 0; x < w; ++x)
+            row[size_t(x)] = qUnpremultiply(line[x]);
+        break;
+    }
+    default:
+        for (int x = 0; x < w; ++x)
+            row[size_t(x)] = image.pixel(x, y);
+        break;
+    }
+}
+
+// The image in `target` size (RGB32, or ARGB32 when it has an alpha
+// channel), each pixel the average of the source pixels it covers, with
+// colours weighted by their opacity. Runs wholly in the calling thread:
+// QImage's own smooth scaling and format conversions hand big images to
+// Qt's global thread pool, which the media model keeps out of.
+QImage areaScaled(const QImage& source, const QSize& target)
+{
+    const int sw = source.width();
+    const int sh = source.height();
+    const int dw = qMax(1, target.width());
+    const int dh = qMax(1, target.height());
+    const bool alpha = source.hasAlphaChannel();
+    QImage out(dw, dh, alpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
+    if (out.isNull())
+        return out;
+
+    // Destination column of each source column.
+    std::vector<int> column(static_cast<size_t>(sw));
+    for (int x = 0; x < sw; ++x)
+        column[size_t(x)] = int(qint64(x) * dw / sw);
+
+    struct Sum
+    {
+        quint64 a = 0, r = 0, g = 0, b = 0, n = 0;
+    };
+    std::vector<Sum> sums(static_cast<size_t>(dw));
+    std::vector<QRgb> row;
+    int sy = 0;
+    for (int y = 0; y < dh; ++y) {
+        std::fill(sums.begin(), sums.end(), Sum());
+        const int end = qMax(sy + 1, int(qint64(y + 1) * sh / dh));
+        for (; sy < end && sy < sh; ++sy) {
+            fetchRow(source, sy, row);
+            for (int x = 0; x < sw; ++x) {
+                const QRgb p = row[size_t(x)];
+                const quint64 a = quint64(qAlpha(p));
+                Sum& s = sums[size_t(column[size_t(x)])];
+                s.a += a;
+                s.r += quint64(qRed(p)) * a;
+                s.g += quint64(qGreen(p)) * a;
+                s.b += quint64(qBlue(p)) * a;
+                ++s.n;
+            }
+        }
+        auto* line = reinterpret_cast<QRgb*>(out.scanLine(y));
+        for (int x = 0; x < dw; ++x) {
+            const Sum& s = sums[size_t(x)];
+            if (s.n == 0 || s.a == 0) {
+                line[x] = alpha ? qRgba(0, 0, 0, 0) : qRgb(0, 0, 0);
+                continue;
+            }
+            const int a = int((s.a + s.n / 2) / s.n);
+            const int r = int((s.r + s.a / 2) / s.a);
+            const int g = int((s.g + s.a / 2) / s.a);
+            const int b = int((s.b + s.a / 2) / s.a);
+            line[x] = alpha ? qRgba(r, g, b, a) : qRgb(r, g, b);
+        }
+    }
+    return out;
+}
+
+// Scales down (never up) so that the long side is at most `side`; the
+// result is always RGB32 or ARGB32.
 QImage fitInto(const QImage& image, int side)
 {
-    if (image.width() <= side && image.height() <= side)
-        return image;
-    return image.scaled(side, side, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    QSize size = image.size();
+    if (size.width() > side || size.height() > side)
+        size = size.scaled(side, side, Qt::KeepAspectRatio);
+    return areaScaled(image, size);
 }
 
 bool canWriteJpeg()
@@ -116,8 +211,11 @@ MediaSendItem* MediaSenderModel::mediaFormat(const QString& path, int mode)
         reader.setDecideFormatFromContent(true);
         reader.setAutoTransform(true);
         const QSize size = reader.size();
+        // Decoders that can scale while decoding (JPEG) are asked to; the
+        // rest are scaled after decoding.
         if (!animated && size.isValid()
-            && (size.width() > kMaxImageSide || size.height() > kMaxImageSide)) {
+            && (size.width() > kMaxImageSide || size.height() > kMaxImageSide)
+            && reader.supportsOption(QImageIOHandler::ScaledSize)) {
             reader.setScaledSize(size.scaled(kMaxImageSide, kMaxImageSide, Qt::KeepAspectRatio));
         }
         const QImage image = reader.read();

@@ -174,8 +174,16 @@ void TestMediaSenderModel::bigImageScaledDown()
     QVERIFY(qAbs(d.height - qRound(double(h) * MediaSenderModel::kMaxImageSide / w)) <= 1);
     const QImage copy(d.path);
     QCOMPARE(copy.size(), QSize(d.width, d.height));
+    // The picture is scaled, not cropped: the yellow top-left quarter and
+    // the blue rest are where they were.
+    const QRgb topLeft = copy.pixel(d.width / 4, d.height / 4);
+    const QRgb bottomRight = copy.pixel(d.width * 3 / 4, d.height * 3 / 4);
+    QVERIFY(qRed(topLeft) > 200 && qBlue(topLeft) < 60);
+    QVERIFY(qBlue(bottomRight) > 160 && qRed(bottomRight) < 70);
     const QImage thumb(d.thumbPath);
     QCOMPARE(thumb.width(), MediaSenderModel::kThumbnailSide);
+    const QRgb thumbLeft = thumb.pixel(thumb.width() / 4, thumb.height() / 4);
+    QVERIFY(qRed(thumbLeft) > 200 && qBlue(thumbLeft) < 60);
 }
 
 void TestMediaSenderModel::smallImageKeepsItsSize()
