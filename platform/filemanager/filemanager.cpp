@@ -66,6 +66,13 @@ FileManager::~FileManager()
         }
     }
     m_taskReady.notify_all();
+    {
+        // The worker's own word that it is done: everything it did happens
+        // before this point (QThread::wait() alone does not say so to
+        // ThreadSanitizer when the thread has already ended).
+        std::unique_lock<std::mutex> lock(m_taskMutex);
+        m_taskReady.wait(lock, [this] { return m_workerExited; });
+    }
     m_worker->wait();
     delete m_worker;
     m_worker = nullptr;
@@ -161,8 +168,12 @@ void FileManager::workerLoop()
         {
             std::unique_lock<std::mutex> lock(m_taskMutex);
             m_taskReady.wait(lock, [this] { return m_stopping || !m_queue.empty(); });
-            if (m_queue.empty())
-                return; // stopping, and everything handed in has reported
+            if (m_queue.empty()) {
+                // Stopping, and everything handed in has reported.
+                m_workerExited = true;
+                m_taskReady.notify_all();
+                return;
+            }
             task = m_queue.front();
             m_queue.pop_front();
         }

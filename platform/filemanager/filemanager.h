@@ -79,7 +79,8 @@ public:
     // only. A finished upload removes its file ids from the registry; a
     // failed or cancelled one leaves them registered. Uploads run one at a
     // time, in the order queued. `options` is reserved (pass 0). A null
-    // filter is ignored.
+    // filter is ignored. Callbacks run without the manager's locks: they
+    // may call back into it, but must not destroy it.
     void uploadMultiFile(QSharedPointer<UploadMultiFileFilter> filter, int options);
 
     // Cancels the running and queued uploads of that remind id; each then
@@ -130,5 +131,6 @@ private:
     std::deque<std::shared_ptr<Task>> m_queue;
     QMultiHash<QString, std::shared_ptr<Task>> m_active;
     bool m_stopping = false;
+    bool m_workerExited = false;
     QThread* m_worker = nullptr;
 };
