@@ -6,6 +6,15 @@
 #include "cachefilestorage.h"
 #include "contactbase.h"
 #include "contentitem.h"
+#include "deserializecontent.h"
+#include "filedatamgr.h"
+#include "fileservicecmd.h"
+#include "fileutil.h"
+#include "lotteryitem.h"
+#include "mediasenditem.h"
+#include "mediasendermodel.h"
+#include "pollitem.h"
+#include "util.h"
 #include "fileitem.h"
 #include "filemanager.h"
 #include "imlog.h"
@@ -32,6 +41,8 @@ namespace {
 
 // The host's message type of a reminder notification.
 constexpr int kReminderMessageType = 2005;
+// Scene code of contents shown inside a reminder.
+constexpr int kReminderScene = 8;
 
 bool onMainThread()
 {
@@ -154,7 +165,13 @@ void ReminderHandler::onListFinished()
     m_listFinished = true;
     if (m_failedUploads.isEmpty() && m_pendingSync.isEmpty())
         return;
-    QMetaObject::invokeMethod(this, [this] { retrySync(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            retrySync();
+            reuploadFailed();
+        },
+        Qt::QueuedConnection);
 }
 
 void ReminderHandler::prepareToClearData(bool)
@@ -198,6 +215,8 @@ void ReminderHandler::clearData(bool)
 void ReminderHandler::clearStatus()
 {
     m_editItem.reset();
+    // The send item goes; the files it names stay with the reminder.
+    delete m_attachment;
     m_attachment = nullptr;
     m_content = QString();
     m_pattern->reset();
@@ -668,6 +687,8 @@ void ReminderHandler::deleteReminder(const QString& id)
     ReminderItemPtr item = m_reminderModel->itemById(id);
     if (!item)
         return;
+    if (FileManager* files = m_account->fileManager())
+        files->cancelUpload(id, item->contentPtr(), CancelByUser);
     if (m_selectedIds.contains(id))
         select(id);
     m_reminderModel->removeById(id);
@@ -940,19 +961,421 @@ bool ReminderHandler::needUpload(const QSharedPointer<ContentItem>& content) con
     return file->sourceFilePtr() && files->isUploadRegistered(file->sourceFilePtr()->fileId());
 }
 
+// ---------------------------------------------------------------- editing
+
+int ReminderHandler::getNewRemindId()
+{
+    return ++m_lastRemindId;
+}
+
+QString ReminderHandler::makeRemindId()
+{
+    const int sequence = getNewRemindId();
+    return QStringLiteral("%1_%2").arg(m_account->deviceId()).arg(sequence);
+}
+
+void ReminderHandler::newReminder(QString content)
+{
+    QSharedPointer<ContentItem> text(new ContentItem(kReminderScene, m_account));
+    text->setType(ContentItem::TextType);
+    text->setContent(content, {});
+    ReminderItemPtr item(new ReminderItem(makeRemindId()));
+    item->setContent(text, true);
+    const qint64 time = now();
+    item->setOrderTime(time);
+    item->setLastContentTime(time);
+    m_reminderModel->insert(item);
+    m_pendingSync.insert(item->remindId());
+    // Stored now; only the text goes to the server.
+    syncToServer(item, true, UpdateAll);
+}
+
+void ReminderHandler::reminderMessage(const QString& dialogId, qint64 messageId, qint64 sender,
+                                      const QSharedPointer<ContentItem>& message)
+{
+    QString text;
+    if (message && (message->type() == ContentItem::PollType || message->type() == ContentItem::LotteryType)) {
+        auto* options = message->type() == ContentItem::PollType
+            ? static_cast<WithOptionsItem*>(qobject_cast<PollItem*>(message.data()))
+            : static_cast<WithOptionsItem*>(qobject_cast<LotteryItem*>(message.data()));
+        if (options && options->titlePtr()) {
+            // A plain replacement of these exact ten characters: ordinary
+            // titles pass through unchanged, as they always have.
+            text = options->titlePtr()->content().replace(QStringLiteral("/[\n\t\r\b\f]/g"), QStringLiteral(" "));
+        }
+    } else if (message) {
+        text = message->content();
+    }
+    if (text != m_content) {
+        m_content = text;
+        emit contentChanged();
+        m_pattern->setTimeModified(true);
+        m_contentModify = true;
+    }
+    m_editBackup.reset();
+    m_pattern->setRemindTime(0);
+    m_pattern->setTimeModified(true);
+    m_pattern->setRepeatModified(true);
+    m_editItem.reset(new ReminderItem(makeRemindId()));
+    m_editItem->setQuoteMsgItem(new RelativeMessage(dialogId, messageId, sender, message, m_editItem.data()));
+    emit attachmentItemChanged();
+    emit quoteMsgItemChanged();
+}
+
+void ReminderHandler::editReminder(QString reminderId)
+{
+    m_editRemindId.clear();
+    m_editItem = m_reminderModel->itemById(reminderId);
+    if (!m_editItem)
+        return;
+    m_editExisting = true;
+    setAttachmentModify(false);
+    m_contentModify = false;
+    {
+        QMutexLocker lock(&m_uploadMutex);
+        if (!m_failedUploads.contains(reminderId) && !m_uploading.contains(reminderId)) {
+            m_editBackup = m_editItem->contentPtr();
+        } else {
+            // The upload has not finished: keep the text only.
+            const QString text = m_editItem->text();
+            if (!text.isEmpty()) {
+                QSharedPointer<ContentItem> backup(new ContentItem(kReminderScene, nullptr));
+                backup->setType(ContentItem::TextType);
+                backup->setContent(text, {});
+                m_editBackup = backup;
+            } else {
+                m_editBackup.reset();
+            }
+        }
+    }
+    updateNeedRetry();
+    m_editItem->setUnread(false);
+    m_pattern->loadFrom(m_editItem);
+    if (m_editItem->text() != m_content) {
+        m_content = m_editItem->text();
+        emit contentChanged();
+        m_pattern->setTimeModified(true);
+        m_contentModify = true;
+    }
+    emit attachmentItemChanged();
+    emit quoteMsgItemChanged();
+    // Opening the edit is no change.
+    m_pattern->setTimeModified(false);
+    m_pattern->setRepeatModified(false);
+}
+
+void ReminderHandler::addAttachment(QString filePath)
+{
+    if (Util::instance()->isDir(filePath)) {
+        AccountManager::getInstance()->error(0, qtTrId("reminder_directory_send_disable"), 0);
+        return;
+    }
+    m_pattern->setTimeModified(true);
+    if (!m_editItem)
+        return;
+    removeAttachment();
+    if (!Util::instance()->fileExists(filePath))
+        return;
+    m_attachment = MediaSenderModel::getInstance()->mediaFormat(filePath, 3);
+    if (!m_attachment)
+        return;
+    MediaSendData data = m_attachment->mediaData();
+    const int mode = (data.messageType == ContentItem::ImageType || data.messageType == ContentItem::AnimatedImageType)
+        ? 3
+        : 4;
+    QMap<QString, QVariant> fields;
+    int errorCode = 0;
+    FileUtil::getInstance()->parseMediaFile(data, mode, fields, errorCode);
+    if (fields.isEmpty()) {
+        MediaSenderModel::getInstance()->notifyError(errorCode);
+        deleteAttachment();
+        return;
+    }
+    fields.insert(QStringLiteral("type"), ModelBaseUtil::messageTypeIntToStr(data.messageType));
+    QSharedPointer<ContentItem> content = deserializeContent(fields, data.messageType, kReminderScene, m_account);
+    // An existing reminder keeps its text as the caption; a new one gets it
+    // when it is saved.
+    if (m_editExisting)
+        content->setContent(m_content, {});
+    m_editItem->setContent(content, m_editBackup != m_editItem->contentPtr());
+
+    FileManager* files = m_account->fileManager();
+    auto* file = qobject_cast<FileItem*>(content.data());
+    if (files && file && file->sourceFilePtr()) {
+        if (file->validThumbFile() && file->thumbnailFilePtr())
+            files->addUploadId(file->thumbnailFilePtr()->fileId());
+        files->addUploadId(file->sourceFilePtr()->fileId());
+    }
+    if (files) {
+        QList<QSharedPointer<FileData>> records;
+        content->collectFileData(records);
+        files->fileDataMgr()->saveFileInfos(records);
+    }
+    emit attachmentItemChanged();
+    setAttachmentModify(true);
+    m_contentModify = true;
+
+    QMutexLocker lock(&m_uploadMutex);
+    if (m_uploading.contains(m_editItem->remindId())) {
+        // An earlier upload is still running: this one waits its turn.
+        m_failedUploads.insert(m_editItem->remindId(), m_editItem);
+        return;
+    }
+    lock.unlock();
+    uploadFile(m_editItem);
+}
+
+void ReminderHandler::removeAttachment()
+{
+    if (!m_editItem)
+        return;
+    if (m_editItem->content() && !m_editItem->content()->isTextMsg()) {
+        m_pattern->setTimeModified(true);
+        cancelUpload(m_editItem->remindId(), CancelByUser);
+        const bool replacesEditedContent = m_editBackup != m_editItem->contentPtr();
+        if (!m_content.isEmpty()) {
+            QSharedPointer<ContentItem> text(new ContentItem(kReminderScene, nullptr));
+            text->setType(ContentItem::TextType);
+            text->setContent(m_content, {});
+            m_editItem->setContent(text, replacesEditedContent);
+        } else {
+            m_editItem->setContent(nullptr, replacesEditedContent);
+        }
+        emit attachmentItemChanged();
+    }
+    deleteAttachment();
+    m_contentModify = true;
+}
+
+void ReminderHandler::deleteAttachment()
+{
+    if (!m_attachment)
+        return;
+    // Only the converted copies are the module's; the user's file stays.
+    if (!m_attachment->mediaPath().isEmpty() && m_attachment->mediaPath() != m_attachment->path())
+        Util::instance()->deleteFile(m_attachment->mediaPath());
+    if (!m_attachment->thumbPath().isEmpty() && m_attachment->thumbPath() != m_attachment->mediaPath())
+        Util::instance()->deleteFile(m_attachment->thumbPath());
+    delete m_attachment;
+    m_attachment = nullptr;
+}
+
+void ReminderHandler::cancelTransfer()
+{
+    QMutexLocker lock(&m_uploadMutex);
+    if (!m_editItem)
+        return;
+    const QString id = m_editItem->remindId();
+    if (!m_failedUploads.contains(id) && !m_uploading.contains(id)) {
+        if (auto* file = qobject_cast<FileItem*>(m_editItem->content()))
+            file->cancelDownload(CancelByUser);
+    }
+    lock.unlock();
+    removeAttachment();
+}
+
+void ReminderHandler::cancelUpload(QString reminderId, CancelType canceled)
+{
+    QMutexLocker lock(&m_uploadMutex);
+    const auto it = m_uploading.constFind(reminderId);
+    if (it == m_uploading.constEnd())
+        return;
+    const ReminderItemPtr item = *it;
+    lock.unlock();
+    // The entry stays until the file manager reports the end.
+    if (FileManager* files = m_account->fileManager())
+        files->cancelUpload(reminderId, item->contentPtr(), canceled);
+}
+
+void ReminderHandler::retryUpload(QString remindId)
+{
+    QMutexLocker lock(&m_uploadMutex);
+    if (!m_failedUploads.contains(remindId))
+        return;
+    const ReminderItemPtr item = m_failedUploads.take(remindId);
+    lock.unlock();
+    uploadFile(item);
+}
+
+void ReminderHandler::reuploadFailed()
+{
+    QMutexLocker lock(&m_uploadMutex);
+    if (!m_uploading.isEmpty() || m_failedUploads.isEmpty())
+        return;
+    // One at a time, in remind id order.
+    const ReminderItemPtr item = m_failedUploads.take(m_failedUploads.firstKey());
+    lock.unlock();
+    uploadFile(item);
+}
+
+bool ReminderHandler::uploadFile(ReminderItemPtr item)
+{
+    QMutexLocker lock(&m_uploadMutex);
+    if (!item || !needUpload(item->contentPtr()))
+        return false;
+    if (m_uploading.contains(item->remindId()))
+        return true;
+    updateNeedRetry();
+    FileManager* files = m_account->fileManager();
+    QSharedPointer<UploadMultiFileFilter> filter = files ? files->makeFilter(item->contentPtr()) : nullptr;
+    if (!filter)
+        return false;
+    QPointer<ReminderHandler> self(this);
+    // Called on the file manager's thread; what follows runs on the
+    // handler's, where the item and the unsent-change bookkeeping live.
+    filter->callback = [self, item](int stage, int code) {
+        if (!self)
+            return;
+        if (stage == 0) {
+            QMetaObject::invokeMethod(
+                self.data(), [self, item] { if (self) self->saveToDb(item, UpdateAll); }, Qt::AutoConnection);
+        } else if (stage == 1) {
+            QMetaObject::invokeMethod(
+                self.data(), [self, item, code] { if (self) self->uploadFinish(item, code); }, Qt::AutoConnection);
+        }
+    };
+    filter->remindId = item->remindId();
+    filter->flag = 0;
+    m_uploading.insert(item->remindId(), item);
+    lock.unlock();
+    files->uploadMultiFile(filter, 0);
+    return true;
+}
+
+void ReminderHandler::uploadFinish(ReminderItemPtr item, int code)
+{
+    QMutexLocker lock(&m_uploadMutex);
+    m_uploading.remove(item->remindId());
+    if (!item->content())
+        return;
+    if (code == 2) {
+        if (!m_failedUploads.contains(item->remindId()))
+            m_failedUploads.insert(item->remindId(), item);
+        updateNeedRetry();
+        lock.unlock();
+        reuploadFailed();
+        return;
+    }
+    if (code != 0)
+        return; // cancelled: neither queued nor sent
+    lock.unlock();
+    if (item == m_editItem && !m_editExisting) {
+        // Saving the new reminder sends it.
+        setAttachmentModify(true);
+        return;
+    }
+    // The completed stamp, on purpose: the content was stamped when edited.
+    item->setLastCompletedTime(now());
+    m_pendingSync.insert(item->remindId());
+    syncToServer(item, false, UpdateSyncOnly);
+}
+
+void ReminderHandler::removeFileIds(const QSharedPointer<ContentItem>& content)
+{
+    if (!content || content->isTextMsg())
+        return;
+    auto* file = qobject_cast<FileItem*>(content.data());
+    FileManager* files = m_account->fileManager();
+    if (!file || !files)
+        return;
+    const QStringList ids = file->uploadedFileIds();
+    if (!ids.isEmpty())
+        files->fileServiceCmd()->deleteFiles(ids);
+    files->removeThumbnailRecord(file->thumbnailFilePtr());
+    files->removeSourceRecord(file->sourceFilePtr());
+}
+
+void ReminderHandler::removeFileIds(ReminderItemPtr item)
+{
+    if (item)
+        removeFileIds(item->contentPtr());
+}
+
+void ReminderHandler::updateNeedRetry()
+{
+    QMutexLocker lock(&m_uploadMutex);
+    const bool retry = m_editItem && m_failedUploads.contains(m_editItem->remindId());
+    if (retry == m_needRetry)
+        return;
+    m_needRetry = retry;
+    emit needRetryChanged();
+}
+
+void ReminderHandler::cancel()
+{
+    if (!m_editItem)
+        return;
+    bool restored = false;
+    if (m_editExisting) {
+        if (m_editItem->contentPtr() != m_editBackup) {
+            if (m_pattern->timeModified()) {
+                removeAttachment();
+                m_editItem->setContent(m_editBackup, true);
+                restored = true;
+            }
+            m_editBackup.reset();
+        }
+    } else {
+        removeAttachment();
+    }
+    m_editExisting = false;
+    if (m_editItem->isEmpty())
+        deleteSelect(m_editItem->remindId());
+    if (restored && m_editRemindId == m_editItem->remindId())
+        syncReminder(); // it was sent during this edit: send it as restored
+    m_pattern->reset();
+    // The edit is over either way.
+    clearStatus();
+}
+
+void ReminderHandler::syncReminder()
+{
+    if (!m_pattern->timeModified() && m_editExisting) {
+        clearStatus(); // nothing changed
+        return;
+    }
+    if (!m_editItem)
+        return;
+    auto* current = qobject_cast<FileItem*>(m_editItem->content());
+    auto* backup = qobject_cast<FileItem*>(m_editBackup.data());
+    const bool sameFile = current && backup && current->sourceFilePtr() && backup->sourceFilePtr()
+        && current->sourceFilePtr()->sameFile(*backup->sourceFilePtr());
+    if (!sameFile)
+        removeFileIds(m_editBackup); // the replaced attachment's files on the server
+    m_editBackup.reset();
+    delete m_attachment; // its files are kept: the reminder uses them
+    m_attachment = nullptr;
+
+    const QString id = m_editItem->remindId();
+    if (m_pattern->repeatModified())
+        m_editItem->setLastPatternTime(now());
+    if (m_contentModify)
+        m_editItem->setLastContentTime(now());
+    m_editItem->setText(m_content);
+    m_pattern->writeTo(m_editItem);
+    if (m_editItem->showRemindTime() != m_pattern->remindTime()) {
+        m_editItem->reschedule(m_pattern->remindTime());
+        if (!m_editItem->completed())
+            m_editItem->setReminded(false);
+        removeNotify(id);
+    } else if (m_pattern->snooze() == 0) {
+        removeNotify(id);
+    }
+    if (!m_reminderModel->itemById(id)) {
+        m_editItem->setOrderTime(now());
+        m_reminderModel->insert(m_editItem);
+    }
+    m_pendingSync.insert(id);
+    const ReminderItemPtr item = m_editItem;
+    const bool uploading = uploadFile(item);
+    syncToServer(item, uploading, UpdateAll, [this, item] { updateNearestTimer(item); });
+    clearStatus();
+}
+
 // ------------------------------------------- arriving with later changes
 
-// Editing, attachments, uploads, bulk selection, search and reordering come
-// with their own changes; until then these slots do nothing.
-void ReminderHandler::editReminder(QString) {}
-void ReminderHandler::newReminder(QString) {}
-void ReminderHandler::addAttachment(QString) {}
-void ReminderHandler::removeAttachment() {}
-void ReminderHandler::cancelTransfer() {}
-void ReminderHandler::retryUpload(QString) {}
-void ReminderHandler::cancelUpload(QString, CancelType) {}
-void ReminderHandler::syncReminder() {}
-void ReminderHandler::cancel() {}
+// Bulk selection, search and reordering come with their own change; until
+// then these slots do nothing.
 void ReminderHandler::selectAll(bool) {}
 void ReminderHandler::selectAllCompleted(bool) {}
 void ReminderHandler::deleteAllCompleted() {}

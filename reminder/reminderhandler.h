@@ -75,6 +75,11 @@ public:
     // One reminder of the server's listing (empty data: deleted there).
     void listAndNotif(const QString& remindId, const QByteArray& data);
 
+    // Opens an edit of a new reminder that quotes a chat message (the host
+    // calls it from the chat). Nothing is stored until the edit is saved.
+    void reminderMessage(const QString& dialogId, qint64 messageId, qint64 sender,
+                         const QSharedPointer<ContentItem>& message);
+
     // Registers the types QML and queued calls carry; the argument is not
     // used.
     static void registerMetaType(const char* uri);
@@ -170,9 +175,18 @@ private:
     void mergeServerState(const ReminderItemPtr& item, const im::content::Reminder& message, bool replace);
     void updateLastRemindId(const QString& remindId);
 
-    // Editing.
+    // Editing, attachments and uploads.
     void clearStatus();
+    QString makeRemindId();
+    int getNewRemindId();
     bool needUpload(const QSharedPointer<ContentItem>& content) const;
+    void deleteAttachment();
+    bool uploadFile(ReminderItemPtr item);
+    void uploadFinish(ReminderItemPtr item, int code);
+    void reuploadFailed();
+    void removeFileIds(const QSharedPointer<ContentItem>& content);
+    void removeFileIds(ReminderItemPtr item);
+    void updateNeedRetry();
 
     qint64 now() const;
 

@@ -95,22 +95,7 @@ bool FileDataMgr::removeFileInfo(const QString& fileId)
 QList<QSharedPointer<FileData>> FileDataMgr::recordsOf(const ContentItem* content)
 {
     QList<QSharedPointer<FileData>> records;
-    const auto* file = qobject_cast<const FileItem*>(content);
-    if (!file)
-        return records;
-    const auto add = [&records](const QSharedPointer<BaseFile>& f, bool thumb) {
-        if (!f || f->fileId().isEmpty())
-            return;
-        auto d = QSharedPointer<FileData>::create();
-        d->fileId = f->fileId();
-        d->path = f->path();
-        d->name = f->name();
-        d->size = f->size();
-        d->sha256 = QString::fromLatin1(f->sha256().toHex());
-        d->thumb = thumb;
-        records.append(d);
-    };
-    add(file->sourceFilePtr(), false);
-    add(file->thumbnailFilePtr(), true);
+    if (content)
+        content->collectFileData(records);
     return records;
 }

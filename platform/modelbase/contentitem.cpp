@@ -60,3 +60,5 @@ void ContentItem::readFrom(const im::content::Content& in)
 }
 
 void ContentItem::appendCacheKeys(QStringList&) const {}
+
+void ContentItem::collectFileData(QList<QSharedPointer<FileData>>&) const {}

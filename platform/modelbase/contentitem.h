@@ -2,12 +2,15 @@
 
 #include "usertextblock.h"
 
+#include <QList>
 #include <QObject>
+#include <QSharedPointer>
 #include <QString>
 #include <QStringList>
 
 namespace im { namespace content { class Content; } }
 class AccountBase;
+struct FileData;
 
 // The body of a message: a text, or (in the subclasses) a file, a card, a
 // poll or a lottery. `type` is the message type code (1 text, 2 image,
@@ -55,6 +58,9 @@ public:
     virtual void readFrom(const im::content::Content& in);
     // Appends the keys of the cached files this content uses.
     virtual void appendCacheKeys(QStringList& keys) const;
+    // Appends the local records of the files this content carries (none
+    // for a content without files).
+    virtual void collectFileData(QList<QSharedPointer<FileData>>& records) const;
 
 signals:
     void typeChanged();

@@ -1,6 +1,7 @@
 #include "fileitem.h"
 
 #include "accountbase.h"
+#include "filedata.h"
 
 #include "im/content/content.pb.h"
 
@@ -185,4 +186,22 @@ void FileItem::appendCacheKeys(QStringList& keys) const
         if (f && !f->fileId().isEmpty())
             keys.append(f->fileId());
     }
+}
+
+void FileItem::collectFileData(QList<QSharedPointer<FileData>>& records) const
+{
+    const auto add = [&records](const QSharedPointer<BaseFile>& f, bool thumb) {
+        if (!f || f->fileId().isEmpty())
+            return;
+        auto record = QSharedPointer<FileData>::create();
+        record->fileId = f->fileId();
+        record->path = f->path();
+        record->name = f->name();
+        record->size = f->size();
+        record->sha256 = QString::fromLatin1(f->sha256().toHex());
+        record->thumb = thumb;
+        records.append(record);
+    };
+    add(m_source, false);
+    add(m_thumbnail, true);
 }

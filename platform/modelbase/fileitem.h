@@ -69,6 +69,9 @@ public:
     void serialize(im::content::Content* out) const override;
     void readFrom(const im::content::Content& in) override;
     void appendCacheKeys(QStringList& keys) const override;
+    // The source file's record, then the thumbnail's; files without an id
+    // have none.
+    void collectFileData(QList<QSharedPointer<FileData>>& records) const override;
 
 signals:
     void fileChanged();
