@@ -2,6 +2,7 @@
 # Sets up the machine, builds the project and runs every test.
 #   scripts/run-tests.sh              plain build (build/plain)
 #   scripts/run-tests.sh --sanitize   AddressSanitizer + UndefinedBehaviorSanitizer (build/asan)
+#   scripts/run-tests.sh --tsan       ThreadSanitizer, the tests labelled "concurrency" (build/tsan)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 cd "$root"
@@ -10,7 +11,8 @@ mode=plain
 for arg in "$@"; do
     case "$arg" in
         --sanitize) mode=asan ;;
-        *) echo "usage: $0 [--sanitize]" >&2; exit 2 ;;
+        --tsan) mode=tsan ;;
+        *) echo "usage: $0 [--sanitize | --tsan]" >&2; exit 2 ;;
     esac
 done
 
@@ -24,7 +26,14 @@ if [ "$mode" = asan ]; then
     export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
 fi
 
+ctest_args=(--output-on-failure -j"$(nproc)")
+if [ "$mode" = tsan ]; then
+    cmake_args+=(-DREMINDER_TSAN=ON -DCMAKE_BUILD_TYPE=Debug -DREMINDER_BUILD_BENCH=OFF)
+    export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:suppressions=$root/tests/tsan.supp"
+    ctest_args+=(-L concurrency)
+fi
+
 cmake "${cmake_args[@]}" >/dev/null
 cmake --build "$build" -j"$(nproc)"
 cd "$build"
-ctest --output-on-failure -j"$(nproc)"
+ctest "${ctest_args[@]}"
