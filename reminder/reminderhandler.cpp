@@ -32,6 +32,7 @@
 #include "im/content/reminder.pb.h"
 
 #include <QCoreApplication>
+#include <QtConcurrent/QtConcurrentRun>
 #include <QJSEngine>
 #include <QMessageLogger>
 #include <QPointer>
@@ -1372,16 +1373,160 @@ void ReminderHandler::syncReminder()
     clearStatus();
 }
 
-// ------------------------------------------- arriving with later changes
+// ----------------------------------------- selection, search and order
 
-// Bulk selection, search and reordering come with their own change; until
-// then these slots do nothing.
-void ReminderHandler::selectAll(bool) {}
-void ReminderHandler::selectAllCompleted(bool) {}
-void ReminderHandler::deleteAllCompleted() {}
-void ReminderHandler::clearSelect() {}
-void ReminderHandler::deleteSelects() {}
-void ReminderHandler::move(int, int) {}
-void ReminderHandler::moveFinish() {}
-void ReminderHandler::search(QString) {}
-void ReminderHandler::resetSearch() {}
+ReminderModel* ReminderHandler::selectionList() const
+{
+    return m_searching ? m_searchModel : m_reminderModel;
+}
+
+void ReminderHandler::emitSelectionSignals()
+{
+    emit selectCompletedCountChanged();
+    emit selectCountChanged();
+}
+
+void ReminderHandler::selectAll(bool checked)
+{
+    ReminderModel* list = selectionList();
+    m_selectedIds.clear();
+    if (checked) {
+        m_selectCompletedCount = list->completedCount();
+        list->allIds(m_selectedIds);
+    } else {
+        m_selectCompletedCount = 0;
+    }
+    emitSelectionSignals();
+}
+
+void ReminderHandler::selectAllCompleted(bool checked)
+{
+    ReminderModel* list = selectionList();
+    m_selectCompletedCount = checked ? list->completedCount() : 0;
+    list->forEachCompletedId([this, checked](const QString& id) {
+        const bool isSelected = m_selectedIds.contains(id);
+        if (checked && !isSelected)
+            m_selectedIds.append(id);
+        else if (!checked && isSelected)
+            m_selectedIds.removeOne(id);
+    });
+    emitSelectionSignals();
+}
+
+void ReminderHandler::clearSelect()
+{
+    m_selectedIds.clear();
+    m_selectCompletedCount = 0;
+    emitSelectionSignals();
+}
+
+void ReminderHandler::deleteSelects()
+{
+    const QStringList ids = m_selectedIds;
+    for (const QString& id : ids)
+        m_pendingSync.remove(id);
+    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    QPointer<ReminderHandler> self(this);
+    runOnStorage([self, store, ids] {
+        store->remove(ids);
+        if (!self)
+            return;
+        QMetaObject::invokeMethod(
+            self.data(),
+            [self] {
+                if (!self)
+                    return;
+                // The selection as it is now, which may differ from the one
+                // removed from storage: intended.
+                const QStringList current = self->m_selectedIds;
+                for (const QString& id : current)
+                    self->deleteReminder(id);
+                self->m_account->command()->deleteReminders(current);
+                self->m_selectedIds.clear();
+                self->m_selectCompletedCount = 0;
+                self->emitSelectionSignals();
+            },
+            Qt::AutoConnection);
+    });
+}
+
+void ReminderHandler::deleteAllCompleted()
+{
+    QStringList ids;
+    selectionList()->completedIds(ids);
+    for (const QString& id : ids) {
+        m_pendingSync.remove(id);
+        deleteReminder(id);
+    }
+    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    runOnStorage([store, ids] { store->remove(ids); });
+    // Sent at once, not after the storage task.
+    m_account->command()->deleteReminders(ids);
+}
+
+void ReminderHandler::search(QString keyword)
+{
+    setStopped(true);
+    QMutexLocker lock(&m_searchMutex);
+    if (!m_searchFuture.isFinished()) {
+        m_searchFuture.cancel();
+        m_searchFuture.waitForFinished();
+    }
+    setStopped(false);
+    const int generation = m_searchGeneration.fetchAndAddOrdered(1) + 1;
+    m_searchModel->reset();
+    m_searchModel->setExpand(m_reminderModel->expand());
+    if (keyword.isEmpty())
+        return;
+    m_searching = true;
+    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    ReminderModel* main = m_reminderModel;
+    ReminderModel* results = m_searchModel;
+    QPointer<ReminderHandler> self(this);
+    m_searchFuture = QtConcurrent::run([this, self, store, main, results, keyword, generation] {
+        const QList<storage::ReminderInfo> infos = store->infosWithKeyword(keyword, 0);
+        for (const storage::ReminderInfo& info : infos) {
+            if (isStopped())
+                return;
+            // The main list's own item; records without one are skipped.
+            const ReminderItemPtr item = main->itemById(info.id);
+            if (!item)
+                continue;
+            QMetaObject::invokeMethod(
+                results,
+                [self, results, item, generation] {
+                    if (self && self->m_searchGeneration.loadAcquire() == generation)
+                        results->insert(item);
+                },
+                Qt::AutoConnection);
+        }
+    });
+}
+
+void ReminderHandler::resetSearch()
+{
+    m_searching = false;
+    setStopped(true);
+    if (!m_searchFuture.isFinished()) {
+        m_searchFuture.cancel();
+        m_searchFuture.waitForFinished();
+    }
+    setStopped(false);
+    m_searchGeneration.fetchAndAddOrdered(1);
+    m_searchModel->reset();
+}
+
+void ReminderHandler::move(int from, int to)
+{
+    m_reminderModel->move(from, to, m_movedItems);
+}
+
+void ReminderHandler::moveFinish()
+{
+    const QList<ReminderItemPtr> moved = m_movedItems;
+    for (const ReminderItemPtr& item : moved) {
+        m_pendingSync.insert(item->remindId());
+        syncToServer(item, false, UpdateAll);
+    }
+    m_movedItems.clear();
+}

@@ -6,6 +6,7 @@
 
 #include "canceltype.h"
 
+#include <QAtomicInt>
 #include <QFuture>
 #include <QMap>
 #include <QMutex>
@@ -167,6 +168,8 @@ private:
     void stamp(const ReminderItemPtr& item, qint64 now);
     void send(const ReminderItemPtr& item, std::function<void()> done);
     void deleteReminder(const QString& id);
+    ReminderModel* selectionList() const;
+    void emitSelectionSignals();
 
     // Server synchronisation.
     void syncToServer(ReminderItemPtr item, bool textOnly, UpdateKeyType key, std::function<void()> done = {});
@@ -219,4 +222,7 @@ private:
     bool m_attachmentModify = false;
     bool m_contentModify = false;
     bool m_listFinished = false;
+    // Which search the results being posted belong to: a later search or a
+    // reset makes the earlier one's posted results stale.
+    QAtomicInt m_searchGeneration;
 };

@@ -438,6 +438,15 @@ void ReminderModel::clear()
 
 // --------------------------------------------------------------- queries
 
+void ReminderModel::allIds(QStringList& ids) const
+{
+    ids.reserve(ids.size() + m_completedItems.size() + m_openItems.size());
+    for (const ReminderItemPtr& item : m_completedItems)
+        ids.append(item->remindId());
+    for (const ReminderItemPtr& item : m_openItems)
+        ids.append(item->remindId());
+}
+
 void ReminderModel::completedIds(QStringList& ids) const
 {
     ids.reserve(ids.size() + m_completedItems.size());

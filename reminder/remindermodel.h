@@ -103,6 +103,9 @@ public:
 
     // Appends the remind id of every completed item, in list order.
     void completedIds(QStringList& ids) const;
+    // Appends the remind id of every item, completed ones first, each
+    // section in list order (the rows' order when expanded).
+    void allIds(QStringList& ids) const;
     // Calls fn with the remind id of every completed item, in list order.
     void forEachCompletedId(const std::function<void(const QString&)>& fn) const;
 
