@@ -69,9 +69,11 @@ ReminderHandler::ReminderHandler(AccountBase* account)
 
 ReminderHandler::~ReminderHandler()
 {
-    // Storage tasks hold this handler's follow-ups: let them run out first.
-    ThreadManager::getInstance()->waitForIdle();
+    // Storage tasks hold this handler's follow-ups, and a search job reads
+    // its lists: let them run out first.
+    setStopped(true);
     m_searchFuture.waitForFinished();
+    ThreadManager::getInstance()->waitForIdle();
     delete m_reminderModel;
     delete m_searchModel;
     delete m_pattern;
