@@ -6,6 +6,11 @@ set -euo pipefail
 packages=(
     build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-declarative-dev qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
+    qt6-qpa-plugins
+    qml6-module-qtqml qml6-module-qtqml-workerscript qml6-module-qtquick
+    qml6-module-qtquick-controls qml6-module-qtquick-templates qml6-module-qtquick-layouts
+    qml6-module-qtquick-window qml6-module-qtquick-dialogs qml6-module-qtquick-shapes
+    qml6-module-qt-labs-platform qml6-module-qttest
     libprotobuf-dev protobuf-compiler
     libsqlite3-dev sqlite3
     libsodium-dev
