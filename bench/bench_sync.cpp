@@ -1,0 +1,302 @@
+// A device's first listing against loading from its own store.
+//
+// 10,000 reminders are put on the reference reminder server by another
+// device of the account (as messages that device serialised and encrypted).
+// Then, best of 3 runs, each on a fresh data directory:
+//
+// 1. list: a handler that has no reminders (loaded from an empty store, its
+//    first listing not finished) gets every reminder of the server's listing
+//    through listAndNotif, timed from the first call until the storage worker
+//    has written every record;
+// 2. loadLocal: a second handler, on a new account object over the store the
+//    listing filled, runs loadLocalData, timed until the storage worker is
+//    idle again.
+//
+// Both are checked: the listing gives 10,000 reminders in the list and in
+// the store, with their decrypted texts; the load gives the same 10,000.
+#include "accountbase.h"
+#include "contentcipher.h"
+#include "imlog.h"
+#include "networksubject.h"
+#include "reminderhandler.h"
+#include "reminderinfo.h"
+#include "reminderitem.h"
+#include "remindermodel.h"
+#include "reminderserver.h"
+#include "reminderserversession.h"
+#include "reminderstorage.h"
+#include "threadmanager.h"
+#include "userstorageprovider.h"
+
+#include "im/content/reminder.pb.h"
+
+#include <QCoreApplication>
+#include <QDate>
+#include <QDateTime>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QList>
+#include <QPair>
+#include <QTemporaryDir>
+#include <QTime>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+
+namespace {
+
+constexpr int kRuns = 3;
+constexpr int kCount = 10000;
+constexpr qint64 kAccountId = 1001;
+constexpr qint64 kWriterDevice = 1;
+constexpr qint64 kListingDevice = 2;
+constexpr qint64 kMinute = 60 * 1000;
+constexpr qint64 kHour = 60 * kMinute;
+constexpr qint64 kDay = 24 * kHour;
+const QByteArray kSecret = QByteArrayLiteral("bench secret");
+
+qint64 at(int y, int m, int d, int h, int min = 0)
+{
+    return QDateTime(QDate(y, m, d), QTime(h, min)).toMSecsSinceEpoch();
+}
+
+const qint64 kNow = at(2031, 6, 2, 12);
+
+void fail(const char* what)
+{
+    std::printf("# FAILED: %s\n", what);
+    std::fflush(stdout);
+    std::exit(1);
+}
+
+void settle()
+{
+    for (int i = 0; i < 3; ++i) {
+        if (!ThreadManager::getInstance()->waitForIdle())
+            fail("storage worker did not become idle");
+        QCoreApplication::processEvents();
+        QCoreApplication::sendPostedEvents();
+    }
+}
+
+std::unique_ptr<AccountBase> openAccount(qint64 deviceId, const QString& dir)
+{
+    std::unique_ptr<AccountBase> account(
+        new AccountBase(kAccountId, deviceId, dir, ContentCipher::deriveKey(kSecret)));
+    account->setOwnNick(QStringLiteral("Alice"));
+    if (!account->storage()->isOpen())
+        fail("account database did not open");
+    return account;
+}
+
+QString textOf(int i)
+{
+    return QStringLiteral("Reminder %1: call the office about the quarterly report").arg(i);
+}
+
+// The writer device's message for reminder i: 10 % completed, 10 % daily at
+// 09:00, the rest one-off in the future over a year; nothing is due.
+QByteArray messageOf(int i, AccountBase* writer)
+{
+    ReminderItem item(QStringLiteral("%1_%2").arg(kWriterDevice).arg(i + 1));
+    item.setText(textOf(i));
+    const int kind = i % 10;
+    qint64 t = kNow + kHour + (qint64(i) * 7919 % (365 * 24 * 60)) * kMinute;
+    if (kind == 1)
+        t = at(2031, 6, 3, 9);
+    item.setOriginalRemindTime(t);
+    item.setShowRemindTime(t);
+    item.setRemindTime(t);
+    item.setOrderTime(kNow - kMinute - qint64(i) * 997);
+    if (kind == 0) {
+        item.setReminded(true);
+        item.setCompleted(true);
+    } else if (kind == 1) {
+        item.setValidTime(t);
+        item.setUnit(0);
+        item.setInterval(1);
+    }
+    im::content::Reminder msg;
+    if (!item.serialize(msg, writer, false))
+        fail("a message did not serialise");
+    return QByteArray::fromStdString(msg.SerializeAsString());
+}
+
+// Runs the event loop until `done` holds; a hang ends the benchmark.
+template <typename Pred>
+void waitUntil(Pred done, const char* what)
+{
+    QElapsedTimer guard;
+    guard.start();
+    while (!done()) {
+        if (guard.elapsed() > 10 * 60 * 1000)
+            fail(what);
+        QEventLoop loop;
+        QTimer::singleShot(10, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
+}
+
+using Listing = QList<QPair<QString, QByteArray>>;
+
+// Puts kCount reminders on a server (its file in `serverDir`) from the
+// writer device, then lists them for the listing device.
+Listing serverListing(const QString& serverDir, const QString& writerDir)
+{
+    ReminderServer server(serverDir + QStringLiteral("/server.db"));
+    if (!server.isDatabaseOpen())
+        fail("server database did not open");
+    std::unique_ptr<AccountBase> writer = openAccount(kWriterDevice, writerDir);
+
+    ReminderServerSession writerSession(&server, kAccountId, kWriterDevice);
+    int accepted = 0;
+    int answers = 0;
+    QObject::connect(&writerSession, &ReminderServerSession::syncFinished,
+                     [&](const QString&, const QByteArray&, int code) {
+                         ++answers;
+                         accepted += code == ReminderServer::CodeAccepted ? 1 : 0;
+                     });
+    for (int i = 0; i < kCount; ++i)
+        writerSession.sendUpdate(QStringLiteral("%1_%2").arg(kWriterDevice).arg(i + 1), messageOf(i, writer.get()));
+    waitUntil([&] { return answers == kCount; }, "the server did not answer every update");
+    if (accepted != kCount)
+        fail("the server did not accept every update");
+
+    ReminderServerSession listingSession(&server, kAccountId, kListingDevice);
+    Listing listing;
+    bool finished = false;
+    QObject::connect(&listingSession, &ReminderServerSession::listed,
+                     [&](const QString& id, const QByteArray& data) { listing.append({ id, data }); });
+    QObject::connect(&listingSession, &ReminderServerSession::listFinished, [&] { finished = true; });
+    listingSession.requestList();
+    waitUntil([&] { return finished; }, "the listing did not finish");
+    if (listing.size() != kCount)
+        fail("the listing does not have every reminder");
+    settle();
+    return listing;
+}
+
+struct RunFigures
+{
+    double listMs = 0;
+    double loadMs = 0;
+};
+
+RunFigures run(const Listing& listing)
+{
+    QTemporaryDir dir;
+    if (!dir.isValid())
+        fail("no temporary directory");
+    RunFigures figures;
+
+    // 1. The first listing into a handler that has nothing.
+    {
+        std::unique_ptr<AccountBase> account = openAccount(kListingDevice, dir.path());
+        auto* handler = new ReminderHandler(account.get());
+        handler->loadLocalData(false);
+        settle();
+        if (handler->reminderModel()->count() != 0)
+            fail("list: the store was not empty");
+
+        QElapsedTimer timer;
+        timer.start();
+        for (const auto& entry : listing)
+            handler->listAndNotif(entry.first, entry.second);
+        if (!ThreadManager::getInstance()->waitForIdle())
+            fail("storage worker did not become idle");
+        figures.listMs = double(timer.nsecsElapsed()) / 1e6;
+        settle();
+
+        if (handler->reminderModel()->count() != kCount)
+            fail("list: wrong number of reminders in the list");
+        if (account->storage()->reminderStorage()->count() != kCount)
+            fail("list: wrong number of stored records");
+        for (int i : { 0, 1, kCount / 2, kCount - 1 }) {
+            const QString id = QStringLiteral("%1_%2").arg(kWriterDevice).arg(i + 1);
+            const ReminderItemPtr item = handler->reminderModel()->itemById(id);
+            if (!item || item->text() != textOf(i))
+                fail("list: a reminder's text did not arrive");
+            bool found = false;
+            const storage::ReminderInfo info = account->storage()->reminderStorage()->info(id, &found);
+            if (!found || ReminderItem(info, account.get()).text() != textOf(i))
+                fail("list: a reminder's text was not stored");
+        }
+        if (handler->reminderModel()->completedCount() != kCount / 10)
+            fail("list: wrong number of completed reminders");
+        delete handler;
+        settle();
+    }
+
+    // 2. The same reminders loaded from the store the listing filled.
+    {
+        std::unique_ptr<AccountBase> account = openAccount(kListingDevice, dir.path());
+        auto* handler = new ReminderHandler(account.get());
+        QElapsedTimer timer;
+        timer.start();
+        handler->loadLocalData(false);
+        if (!ThreadManager::getInstance()->waitForIdle())
+            fail("storage worker did not become idle");
+        figures.loadMs = double(timer.nsecsElapsed()) / 1e6;
+        settle();
+        if (handler->reminderModel()->count() != kCount)
+            fail("load: wrong number of reminders in the list");
+        if (handler->reminderModel()->completedCount() != kCount / 10)
+            fail("load: wrong number of completed reminders");
+        delete handler;
+        settle();
+    }
+    return figures;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    ImLog::instance()->setEchoToStderr(false);
+    network::NetworkSubject::instance()->setFixedTime(kNow);
+    ReminderHandler::registerMetaType("unused");
+
+    std::printf("# A device's first listing of %d reminders against loading them from its store, best of %d\n",
+                kCount, kRuns);
+    std::printf("# list: listAndNotif for every reminder of the server's listing into a handler that has none,\n");
+    std::printf("#   until the storage worker has written every record (decrypting, building, storing)\n");
+    std::printf("# loadLocal: loadLocalData of a second handler on the store the listing filled, until the\n");
+    std::printf("#   storage worker is idle\n");
+    std::printf("# reminders: text; 10%% completed, 10%% daily at 09:00, the rest one-off in the future\n");
+    std::fflush(stdout);
+
+    // The server only prepares the listing; its file may live in memory.
+    QTemporaryDir setupDir(QFileInfo(QStringLiteral("/dev/shm")).isWritable()
+                               ? QStringLiteral("/dev/shm/bench_sync-XXXXXX")
+                               : QDir::tempPath() + QStringLiteral("/bench_sync-XXXXXX"));
+    if (!setupDir.isValid())
+        fail("no temporary directory for the server");
+    QDir(setupDir.path()).mkpath(QStringLiteral("writer"));
+    const Listing listing = serverListing(setupDir.path(), setupDir.filePath(QStringLiteral("writer")));
+
+    double bestList = std::numeric_limits<double>::max();
+    double bestLoad = std::numeric_limits<double>::max();
+    for (int r = 0; r < kRuns; ++r) {
+        const RunFigures f = run(listing);
+        std::printf("#   run %d: list %.2f ms, loadLocal %.2f ms\n", r + 1, f.listMs, f.loadMs);
+        std::fflush(stdout);
+        bestList = std::min(bestList, f.listMs);
+        bestLoad = std::min(bestLoad, f.loadMs);
+    }
+    std::printf("BENCH sync.list.%d %.2f ms\n", kCount, bestList);
+    std::printf("BENCH sync.loadLocal.%d %.2f ms\n", kCount, bestLoad);
+    std::printf("BENCH sync.list.ratio.%d %.2f x\n", kCount, bestList / bestLoad);
+    std::printf("#   %d: list %.2f us/reminder, loadLocal %.2f us/reminder\n", kCount, bestList * 1000 / kCount,
+                bestLoad * 1000 / kCount);
+    std::printf("# checked every run: %d reminders listed and stored with their texts, %d loaded back\n", kCount,
+                kCount);
+    network::NetworkSubject::instance()->releaseFixedTime();
+    return 0;
+}
