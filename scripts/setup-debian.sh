@@ -11,6 +11,7 @@ packages=(
     qml6-module-qtquick-controls qml6-module-qtquick-templates qml6-module-qtquick-layouts
     qml6-module-qtquick-window qml6-module-qtquick-dialogs qml6-module-qtquick-shapes
     qml6-module-qt-labs-platform qml6-module-qttest
+    qml6-module-qt-labs-folderlistmodel fonts-wqy-microhei
     libprotobuf-dev protobuf-compiler
     libsqlite3-dev sqlite3
     libsodium-dev

@@ -151,5 +151,640 @@
         <extracomment>Error toast: the user tried to attach a folder to a reminder.</extracomment>
         <translation>提醒中不能添加文件夹。</translation>
     </message>
+    <!-- The desktop client (client/): ids desk_*. -->
+    <message id="desk_app_title">
+        <source>Reminders</source>
+        <extracomment>Window and tray title.</extracomment>
+        <translation>提醒</translation>
+    </message>
+    <message id="desk_window_title">
+        <source>Reminders — Device %1</source>
+        <extracomment>Window title. %1: the device's number.</extracomment>
+        <translation>提醒 — 设备 %1</translation>
+    </message>
+    <message id="desk_device_name">
+        <source>Device %1</source>
+        <extracomment>Chip naming the window's device. %1: its number.</extracomment>
+        <translation>设备 %1</translation>
+    </message>
+    <message id="desk_search_placeholder">
+        <source>Search reminders</source>
+        <extracomment>Placeholder of the search field.</extracomment>
+        <translation>搜索提醒</translation>
+    </message>
+    <message id="desk_select">
+        <source>Select</source>
+        <extracomment>Toolbar button: multi-selection mode.</extracomment>
+        <translation>选择</translation>
+    </message>
+    <message id="desk_select_tooltip">
+        <source>Select several reminders to delete them</source>
+        <extracomment>Tooltip of the Select button.</extracomment>
+        <translation>选择多个提醒以便删除</translation>
+    </message>
+    <message id="desk_sync_now">
+        <source>Sync now</source>
+        <extracomment>Toolbar button: list from the server again.</extracomment>
+        <translation>立即同步</translation>
+    </message>
+    <message id="desk_sync_tooltip">
+        <source>Fetch this device's reminders from the server again</source>
+        <extracomment>Tooltip of Sync now.</extracomment>
+        <translation>重新从服务器获取本设备的提醒</translation>
+    </message>
+    <message id="desk_quick_add_placeholder">
+        <source>Add a reminder and press Enter</source>
+        <extracomment>Placeholder of the quick-add field.</extracomment>
+        <translation>输入提醒内容，按回车添加</translation>
+    </message>
+    <message id="desk_add">
+        <source>Add</source>
+        <extracomment>Button: add the typed text as a reminder.</extracomment>
+        <translation>添加</translation>
+    </message>
+    <message id="desk_new_with_details">
+        <source>New with details…</source>
+        <extracomment>Button: open the full editor for a new reminder.</extracomment>
+        <translation>详细新建…</translation>
+    </message>
+    <message id="desk_count_open" numerus="yes">
+        <source>%n open</source>
+        <extracomment>Count of open reminders. %n: the count.</extracomment>
+        <translation>
+            <numerusform>%n 项待办</numerusform>
+        </translation>
+    </message>
+    <message id="desk_count_completed" numerus="yes">
+        <source>%n completed</source>
+        <extracomment>Count of completed reminders. %n: the count.</extracomment>
+        <translation>
+            <numerusform>%n 项已完成</numerusform>
+        </translation>
+    </message>
+    <message id="desk_search_results" numerus="yes">
+        <source>%n results</source>
+        <extracomment>Count of search results. %n: the count.</extracomment>
+        <translation>
+            <numerusform>%n 条结果</numerusform>
+        </translation>
+    </message>
+    <message id="desk_overdue_badge" numerus="yes">
+        <source>%n overdue</source>
+        <extracomment>Badge: open reminders whose time has passed. %n: the count.</extracomment>
+        <translation>
+            <numerusform>%n 项已逾期</numerusform>
+        </translation>
+    </message>
+    <message id="desk_drag_hint">
+        <source>Drag a row by its handle to reorder</source>
+        <extracomment>Hint above the list.</extracomment>
+        <translation>拖动左侧把手调整顺序</translation>
+    </message>
+    <message id="desk_completed_show" numerus="yes">
+        <source>Show %n completed</source>
+        <extracomment>Toggle that shows the completed section. %n: its size.</extracomment>
+        <translation>
+            <numerusform>显示 %n 项已完成</numerusform>
+        </translation>
+    </message>
+    <message id="desk_completed_hide" numerus="yes">
+        <source>Hide %n completed</source>
+        <extracomment>Toggle that hides the completed section. %n: its size.</extracomment>
+        <translation>
+            <numerusform>隐藏 %n 项已完成</numerusform>
+        </translation>
+    </message>
+    <message id="desk_open_heading">
+        <source>Open</source>
+        <extracomment>Heading of the open section below the completed one.</extracomment>
+        <translation>待办</translation>
+    </message>
+    <message id="desk_search_empty">
+        <source>Nothing matches your search</source>
+        <extracomment>The search found nothing.</extracomment>
+        <translation>没有匹配的提醒</translation>
+    </message>
+    <message id="desk_list_empty">
+        <source>No reminders yet</source>
+        <extracomment>The list is empty.</extracomment>
+        <translation>还没有提醒</translation>
+    </message>
+    <message id="desk_list_empty_hint">
+        <source>Add one above, or from a chat message on the right.</source>
+        <extracomment>Below desk_list_empty.</extracomment>
+        <translation>在上方添加，或从右侧的聊天消息创建。</translation>
+    </message>
+    <message id="desk_complete_tooltip">
+        <source>Mark as done</source>
+        <extracomment>Tooltip of a row's round check.</extracomment>
+        <translation>标记为完成</translation>
+    </message>
+    <message id="desk_reopen_tooltip">
+        <source>Mark as not done</source>
+        <extracomment>Tooltip of a completed row's check.</extracomment>
+        <translation>标记为未完成</translation>
+    </message>
+    <message id="desk_row_overdue">
+        <source>Overdue · %1</source>
+        <extracomment>A row's time once it has passed. %1: the time ("Today 09:00").</extracomment>
+        <translation>已逾期 · %1</translation>
+    </message>
+    <message id="desk_row_snooze" numerus="yes">
+        <source>Snoozes every %n minutes</source>
+        <extracomment>A row's snooze period. %n: minutes.</extracomment>
+        <translation>
+            <numerusform>每 %n 分钟再次提醒</numerusform>
+        </translation>
+    </message>
+    <message id="desk_select_all">
+        <source>Select all</source>
+        <extracomment>Check box of the selection bar.</extracomment>
+        <translation>全选</translation>
+    </message>
+    <message id="desk_selected_count" numerus="yes">
+        <source>%n selected</source>
+        <extracomment>Selection bar. %n: selected reminders.</extracomment>
+        <translation>
+            <numerusform>已选 %n 项</numerusform>
+        </translation>
+    </message>
+    <message id="desk_select_completed">
+        <source>Select completed</source>
+        <extracomment>Selection bar button.</extracomment>
+        <translation>选择已完成</translation>
+    </message>
+    <message id="desk_delete_selected">
+        <source>Delete selected</source>
+        <extracomment>Selection bar button.</extracomment>
+        <translation>删除所选</translation>
+    </message>
+    <message id="desk_delete_completed">
+        <source>Delete all completed</source>
+        <extracomment>Selection bar button.</extracomment>
+        <translation>删除全部已完成</translation>
+    </message>
+    <message id="desk_done">
+        <source>Done</source>
+        <extracomment>Button that ends a step.</extracomment>
+        <translation>完成</translation>
+    </message>
+    <message id="desk_confirm_title">
+        <source>Delete reminders</source>
+        <extracomment>Title of the delete confirmation.</extracomment>
+        <translation>删除提醒</translation>
+    </message>
+    <message id="desk_confirm_delete_selected" numerus="yes">
+        <source>Delete the %n selected reminders?</source>
+        <extracomment>Delete confirmation. %n: how many.</extracomment>
+        <translation>
+            <numerusform>删除所选的 %n 条提醒？</numerusform>
+        </translation>
+    </message>
+    <message id="desk_confirm_delete_completed" numerus="yes">
+        <source>Delete all %n completed reminders?</source>
+        <extracomment>Delete confirmation. %n: how many.</extracomment>
+        <translation>
+            <numerusform>删除全部 %n 条已完成的提醒？</numerusform>
+        </translation>
+    </message>
+    <message id="desk_cancel">
+        <source>Cancel</source>
+        <extracomment>Button.</extracomment>
+        <translation>取消</translation>
+    </message>
+    <message id="desk_delete">
+        <source>Delete</source>
+        <extracomment>Button.</extracomment>
+        <translation>删除</translation>
+    </message>
+    <message id="desk_editor_new_title">
+        <source>New reminder</source>
+        <extracomment>Editor title for a new reminder.</extracomment>
+        <translation>新建提醒</translation>
+    </message>
+    <message id="desk_editor_edit_title">
+        <source>Edit reminder</source>
+        <extracomment>Editor title for an existing reminder.</extracomment>
+        <translation>编辑提醒</translation>
+    </message>
+    <message id="desk_editor_quote_from">
+        <source>From %1</source>
+        <extracomment>Above the quoted chat message. %1: its sender.</extracomment>
+        <translation>来自 %1</translation>
+    </message>
+    <message id="desk_editor_text_placeholder">
+        <source>What do you want to be reminded of?</source>
+        <extracomment>Placeholder of the reminder's text.</extracomment>
+        <translation>想让我提醒你什么？</translation>
+    </message>
+    <message id="desk_editor_remove_attachment">
+        <source>Remove</source>
+        <extracomment>Button: remove the attached file.</extracomment>
+        <translation>移除</translation>
+    </message>
+    <message id="desk_editor_attach">
+        <source>Attach a file</source>
+        <extracomment>Button: attach a file.</extracomment>
+        <translation>添加附件</translation>
+    </message>
+    <message id="desk_editor_attach_title">
+        <source>Choose a file to attach</source>
+        <extracomment>Title of the file chooser.</extracomment>
+        <translation>选择要添加的文件</translation>
+    </message>
+    <message id="desk_editor_remind_me">
+        <source>Remind me</source>
+        <extracomment>Section: the reminder's time.</extracomment>
+        <translation>提醒我</translation>
+    </message>
+    <message id="desk_editor_no_time">
+        <source>No time set: the reminder stays in your list as a note.</source>
+        <extracomment>Shown while no time is set.</extracomment>
+        <translation>未设置时间：提醒将作为备忘留在列表中。</translation>
+    </message>
+    <message id="desk_editor_repeat">
+        <source>Repeat</source>
+        <extracomment>Row that opens the repeat page.</extracomment>
+        <translation>重复</translation>
+    </message>
+    <message id="desk_editor_no_repeat">
+        <source>Does not repeat</source>
+        <extracomment>The repeat row when there is no rule.</extracomment>
+        <translation>不重复</translation>
+    </message>
+    <message id="desk_save">
+        <source>Save</source>
+        <extracomment>Button.</extracomment>
+        <translation>保存</translation>
+    </message>
+    <message id="desk_repeat_words_detail">
+        <source>%1 · %2</source>
+        <extracomment>A rule and its days. %1: the rule ("Every week"); %2: its days or monthly variant ("Mon, Wed").</extracomment>
+        <translation>%1 · %2</translation>
+    </message>
+    <message id="desk_list_separator">
+        <source>, </source>
+        <extracomment>Between the days of a list ("Mon, Wed").</extracomment>
+        <translation>、</translation>
+    </message>
+    <message id="desk_repeat_title">
+        <source>Repeat</source>
+        <extracomment>Title of the repeat page.</extracomment>
+        <translation>重复</translation>
+    </message>
+    <message id="desk_repeat_custom_heading">
+        <source>Custom rule</source>
+        <extracomment>Repeat page: the custom rule's section.</extracomment>
+        <translation>自定义规则</translation>
+    </message>
+    <message id="desk_repeat_every">
+        <source>Every</source>
+        <extracomment>Before the interval ("Every [2] [weeks]").</extracomment>
+        <translation>每</translation>
+    </message>
+    <message id="desk_unit_days">
+        <source>days</source>
+        <extracomment>Unit after the interval.</extracomment>
+        <translation>天</translation>
+    </message>
+    <message id="desk_unit_weeks">
+        <source>weeks</source>
+        <extracomment>Unit after the interval.</extracomment>
+        <translation>周</translation>
+    </message>
+    <message id="desk_unit_months">
+        <source>months</source>
+        <extracomment>Unit after the interval.</extracomment>
+        <translation>个月</translation>
+    </message>
+    <message id="desk_repeat_ends">
+        <source>Ends</source>
+        <extracomment>Repeat page: when the series ends.</extracomment>
+        <translation>结束</translation>
+    </message>
+    <message id="desk_repeat_end_never">
+        <source>Never</source>
+        <extracomment>End choice.</extracomment>
+        <translation>永不结束</translation>
+    </message>
+    <message id="desk_repeat_end_on">
+        <source>On</source>
+        <extracomment>End choice, followed by a date.</extracomment>
+        <translation>截止于</translation>
+    </message>
+    <message id="desk_repeat_end_after">
+        <source>After</source>
+        <extracomment>End choice, followed by a number and desk_repeat_times.</extracomment>
+        <translation>重复</translation>
+    </message>
+    <message id="desk_repeat_times" numerus="yes">
+        <source>times</source>
+        <extracomment>After the repeat count's number. %n: the count (not shown).</extracomment>
+        <translation>
+            <numerusform>次后结束</numerusform>
+        </translation>
+    </message>
+    <message id="desk_repeat_snooze">
+        <source>Snooze</source>
+        <extracomment>Repeat page: the snooze period.</extracomment>
+        <translation>稍后提醒</translation>
+    </message>
+    <message id="desk_snooze_off">
+        <source>Off</source>
+        <extracomment>Snooze choice: none.</extracomment>
+        <translation>关闭</translation>
+    </message>
+    <message id="desk_snooze_every" numerus="yes">
+        <source>Every %n minutes</source>
+        <extracomment>Snooze choice. %n: minutes.</extracomment>
+        <translation>
+            <numerusform>每 %n 分钟</numerusform>
+        </translation>
+    </message>
+    <message id="desk_repeat_hint">
+        <source>Pick a preset, or Custom to build your own rule.</source>
+        <extracomment>Footer of the repeat page.</extracomment>
+        <translation>选择一个预设，或选择“自定义”设置自己的规则。</translation>
+    </message>
+    <message id="desk_chat_title">
+        <source>Chat</source>
+        <extracomment>Title of the chat pane.</extracomment>
+        <translation>聊天</translation>
+    </message>
+    <message id="desk_chat_hint">
+        <source>Turn any message into a reminder.</source>
+        <extracomment>Below the chat title.</extracomment>
+        <translation>任何消息都可以变成提醒。</translation>
+    </message>
+    <message id="desk_chat_contact_card">
+        <source>Contact card</source>
+        <extracomment>Label of a contact card message.</extracomment>
+        <translation>名片</translation>
+    </message>
+    <message id="desk_chat_poll">
+        <source>Poll</source>
+        <extracomment>Label of a poll message.</extracomment>
+        <translation>投票</translation>
+    </message>
+    <message id="desk_chat_remind_me">
+        <source>Remind me about this</source>
+        <extracomment>Button under a chat message.</extracomment>
+        <translation>提醒我这条消息</translation>
+    </message>
+    <message id="desk_banner_title">
+        <source>Reminder · %1</source>
+        <extracomment>Banner of a fired reminder. %1: its time ("Today 09:45").</extracomment>
+        <translation>提醒 · %1</translation>
+    </message>
+    <message id="desk_banner_snooze">
+        <source>Snooze 10 min</source>
+        <extracomment>Banner button: remind again in 10 minutes.</extracomment>
+        <translation>10 分钟后提醒</translation>
+    </message>
+    <message id="desk_banner_tomorrow">
+        <source>Tomorrow</source>
+        <extracomment>Banner button: remind again tomorrow morning.</extracomment>
+        <translation>明天提醒</translation>
+    </message>
+    <message id="desk_banner_close">
+        <source>Close</source>
+        <extracomment>Banner button: stop this occurrence's snoozing.</extracomment>
+        <translation>关闭</translation>
+    </message>
+    <message id="desk_banner_done">
+        <source>Done</source>
+        <extracomment>Banner button: complete the reminder.</extracomment>
+        <translation>完成</translation>
+    </message>
+    <message id="desk_time_today">
+        <source>Today %1</source>
+        <extracomment>%1: a time of day ("14:30").</extracomment>
+        <translation>今天 %1</translation>
+    </message>
+    <message id="desk_time_tomorrow">
+        <source>Tomorrow %1</source>
+        <extracomment>%1: a time of day.</extracomment>
+        <translation>明天 %1</translation>
+    </message>
+    <message id="desk_time_yesterday">
+        <source>Yesterday %1</source>
+        <extracomment>%1: a time of day.</extracomment>
+        <translation>昨天 %1</translation>
+    </message>
+    <message id="desk_time_on_date">
+        <source>%1 %2</source>
+        <extracomment>%1: a date (desk_date_format_short or _long); %2: a time of day.</extracomment>
+        <translation>%1 %2</translation>
+    </message>
+    <message id="desk_date_format_short">
+        <source>ddd d MMM</source>
+        <extracomment>QLocale date format for dates of this year (d, dd, ddd, M, MMM, yyyy...).</extracomment>
+        <translation>M月d日 ddd</translation>
+    </message>
+    <message id="desk_date_format_long">
+        <source>ddd d MMM yyyy</source>
+        <extracomment>QLocale date format with the year.</extracomment>
+        <translation>yyyy年M月d日 ddd</translation>
+    </message>
+    <message id="desk_month_format">
+        <source>MMMM yyyy</source>
+        <extracomment>QLocale format of the calendar's month title.</extracomment>
+        <translation>yyyy年M月</translation>
+    </message>
+    <message id="desk_quick_in_hour">
+        <source>In an hour</source>
+        <extracomment>Quick time choice.</extracomment>
+        <translation>一小时后</translation>
+    </message>
+    <message id="desk_quick_this_evening">
+        <source>This evening</source>
+        <extracomment>Quick time choice: today 18:00.</extracomment>
+        <translation>今晚</translation>
+    </message>
+    <message id="desk_quick_tomorrow">
+        <source>Tomorrow morning</source>
+        <extracomment>Quick time choice: tomorrow 09:00.</extracomment>
+        <translation>明天上午</translation>
+    </message>
+    <message id="desk_quick_next_week">
+        <source>Next Monday</source>
+        <extracomment>Quick time choice: next Monday 09:00.</extracomment>
+        <translation>下周一</translation>
+    </message>
+    <message id="desk_quote_card">
+        <source>Contact card: %1</source>
+        <extracomment>Quoted contact card. %1: the contact's name.</extracomment>
+        <translation>名片：%1</translation>
+    </message>
+    <message id="desk_quote_poll">
+        <source>Poll: %1</source>
+        <extracomment>Quoted poll. %1: its title.</extracomment>
+        <translation>投票：%1</translation>
+    </message>
+    <message id="desk_unknown_sender">
+        <source>Someone</source>
+        <extracomment>Sender of a quoted message nobody knows.</extracomment>
+        <translation>某人</translation>
+    </message>
+    <message id="desk_toast_attach_failed">
+        <source>This file can't be attached (error %1).</source>
+        <extracomment>Toast. %1: the media parser's error code.</extracomment>
+        <translation>无法添加此文件（错误 %1）。</translation>
+    </message>
+    <message id="desk_tray_show">
+        <source>Show reminders</source>
+        <extracomment>Tray menu.</extracomment>
+        <translation>显示提醒</translation>
+    </message>
+    <message id="desk_tray_quit">
+        <source>Quit</source>
+        <extracomment>Tray menu.</extracomment>
+        <translation>退出</translation>
+    </message>
+    <message id="desk_tray_message_title">
+        <source>Reminder on device %1</source>
+        <extracomment>Desktop notification title. %1: the device's number.</extracomment>
+        <translation>设备 %1 上的提醒</translation>
+    </message>
+    <message id="desk_sample_text">
+        <source>Can you send me the slides before Friday's review?</source>
+        <extracomment>Sample chat: a text message.</extracomment>
+        <translation>周五评审前能把幻灯片发给我吗？</translation>
+    </message>
+    <message id="desk_sample_file_name">
+        <source>Quarterly report.pdf</source>
+        <extracomment>Sample chat: name of a shared file.</extracomment>
+        <translation>季度报告.pdf</translation>
+    </message>
+    <message id="desk_sample_card_name">
+        <source>Dr. Chen (dentist)</source>
+        <extracomment>Sample chat: a shared contact.</extracomment>
+        <translation>陈医生（牙科）</translation>
+    </message>
+    <message id="desk_sample_poll_title">
+        <source>Team lunch on Thursday: where shall we go?</source>
+        <extracomment>Sample chat: a poll's question.</extracomment>
+        <translation>周四团队午餐去哪儿？</translation>
+    </message>
+    <message id="desk_sample_poll_option_1">
+        <source>Noodle bar</source>
+        <extracomment>Sample poll option.</extracomment>
+        <translation>面馆</translation>
+    </message>
+    <message id="desk_sample_poll_option_2">
+        <source>Pizza place</source>
+        <extracomment>Sample poll option.</extracomment>
+        <translation>披萨店</translation>
+    </message>
+    <message id="desk_sample_poll_option_3">
+        <source>Salad bar</source>
+        <extracomment>Sample poll option.</extracomment>
+        <translation>沙拉店</translation>
+    </message>
+    <message id="desk_tour_card">
+        <source>Send Mia's birthday card</source>
+        <extracomment>Tour: a sample reminder's text.</extracomment>
+        <translation>给米娅寄生日贺卡</translation>
+    </message>
+    <message id="desk_tour_dentist">
+        <source>Book a dentist appointment</source>
+        <extracomment>Tour: a sample reminder's text.</extracomment>
+        <translation>预约牙医</translation>
+    </message>
+    <message id="desk_tour_library">
+        <source>Return the library books</source>
+        <extracomment>Tour: a sample reminder's text.</extracomment>
+        <translation>归还图书馆的书</translation>
+    </message>
+    <message id="desk_tour_grandma">
+        <source>Call Grandma</source>
+        <extracomment>Tour: a sample reminder's text.</extracomment>
+        <translation>给奶奶打电话</translation>
+    </message>
+    <message id="desk_tour_bill">
+        <source>Pay the electricity bill</source>
+        <extracomment>Tour: a sample reminder's text.</extracomment>
+        <translation>缴电费</translation>
+    </message>
+    <message id="desk_tour_passport">
+        <source>Renew the passport</source>
+        <extracomment>Tour: a sample reminder's text.</extracomment>
+        <translation>续签护照</translation>
+    </message>
+    <message id="desk_tour_photos">
+        <source>Print the holiday photos</source>
+        <extracomment>Tour: a sample reminder's text.</extracomment>
+        <translation>冲印假期照片</translation>
+    </message>
+    <message id="desk_tour_report">
+        <source>Review the quarterly report</source>
+        <extracomment>Tour: a sample reminder's text; contains desk_tour_search_keyword.</extracomment>
+        <translation>审阅季度报告</translation>
+    </message>
+    <message id="desk_tour_plants">
+        <source>Water the plants</source>
+        <extracomment>Tour: a sample reminder's text.</extracomment>
+        <translation>给植物浇水</translation>
+    </message>
+    <message id="desk_tour_standup">
+        <source>Team stand-up</source>
+        <extracomment>Tour: a sample reminder's text.</extracomment>
+        <translation>团队站会</translation>
+    </message>
+    <message id="desk_tour_parcel">
+        <source>Pick up the parcel</source>
+        <extracomment>Tour: a sample reminder's text.</extracomment>
+        <translation>取快递</translation>
+    </message>
+    <message id="desk_tour_search_keyword">
+        <source>report</source>
+        <extracomment>Tour: the word searched for; must occur in desk_tour_report.</extracomment>
+        <translation>报告</translation>
+    </message>
+    <message id="desk_cli_description">
+        <source>The desktop client of the reminder module.</source>
+        <extracomment>Command line help.</extracomment>
+        <translation>提醒模块的桌面客户端。</translation>
+    </message>
+    <message id="desk_cli_devices">
+        <source>Number of devices of the account to show: 1 or 2.</source>
+        <extracomment>Command line help of --devices.</extracomment>
+        <translation>显示该账号的设备数量：1 或 2。</translation>
+    </message>
+    <message id="desk_cli_data">
+        <source>Data directory (server database, file store, one folder per device).</source>
+        <extracomment>Command line help of --data.</extracomment>
+        <translation>数据目录（服务器数据库、文件存储、每台设备一个文件夹）。</translation>
+    </message>
+    <message id="desk_cli_language">
+        <source>Interface language: en or zh_CN.</source>
+        <extracomment>Command line help of --language.</extracomment>
+        <translation>界面语言：en 或 zh_CN。</translation>
+    </message>
+    <message id="desk_cli_tour">
+        <source>Run the scripted tour and write its screenshots to DIR.</source>
+        <extracomment>Command line help of --tour.</extracomment>
+        <translation>运行脚本导览，并把截图写入 DIR。</translation>
+    </message>
+    <message id="desk_cli_quit_after_list">
+        <source>Quit once every device has listed its reminders.</source>
+        <extracomment>Command line help of --quit-after-list.</extracomment>
+        <translation>每台设备都列出提醒后退出。</translation>
+    </message>
+    <message id="desk_cli_bad_devices">
+        <source>--devices must be 1 or 2.</source>
+        <extracomment>Command line error.</extracomment>
+        <translation>--devices 必须是 1 或 2。</translation>
+    </message>
+    <message id="desk_cli_bad_language">
+        <source>Unknown language: %1 (use en or zh_CN).</source>
+        <extracomment>Command line error. %1: the language given.</extracomment>
+        <translation>未知语言：%1（请使用 en 或 zh_CN）。</translation>
+    </message>
+    <message id="desk_cli_qml_failed">
+        <source>The interface could not be loaded.</source>
+        <extracomment>Error: the QML interface did not load.</extracomment>
+        <translation>无法加载界面。</translation>
+    </message>
 </context>
 </TS>

@@ -1,0 +1,157 @@
+#include "deskapp.h"
+
+#include "appsettingmodel.h"
+#include "deskbackend.h"
+#include "deskdevice.h"
+#include "deskicon.h"
+#include "desklanguage.h"
+#include "reminderhandler.h"
+
+#include <QAction>
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QQmlApplicationEngine>
+#include <QQuickItem>
+#include <QQuickStyle>
+#include <QQuickWindow>
+#include <QScreen>
+#include <QSystemTrayIcon>
+
+DeskApp::DeskApp(const DeskOptions& options, QObject* parent)
+    : QObject(parent)
+    , m_options(options)
+{
+    AppSettingModel::setTranslationsDirectory(
+        AppSettingModel::defaultTranslationsDirectory(QCoreApplication::applicationDirPath()));
+    // Installs the catalogue of the chosen language, or of the current one.
+    AppSettingModel::setLanguage(options.language.isEmpty() ? AppSettingModel::language() : options.language);
+    m_language = new DeskLanguage(this);
+}
+
+DeskApp::~DeskApp()
+{
+    delete m_tray;
+    m_tray = nullptr;
+    delete m_trayMenu;
+    m_trayMenu = nullptr;
+    // The windows let go of the devices before the devices go.
+    m_windows.clear();
+    m_engine.reset();
+    m_backend.reset();
+}
+
+QSize DeskApp::windowSize()
+{
+    return QSize(980, 700);
+}
+
+bool DeskApp::start()
+{
+    ReminderHandler::registerMetaType("ReminderDesk");
+    // The style is chosen once, before the first QML that uses the controls.
+    static bool styled = false;
+    if (!styled) {
+        QQuickStyle::setStyle(QStringLiteral("Material"));
+        styled = true;
+    }
+
+    m_backend.reset(new DeskBackend(m_options.dataDir, m_options.devices));
+    connect(m_backend.get(), &DeskBackend::allListed, this, &DeskApp::allListed);
+    // The local reminders are in the lists before the windows bind to them.
+    m_backend->signInAll();
+
+    m_engine.reset(new QQmlApplicationEngine);
+    m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
+    m_language->addEngine(m_engine.get());
+    for (DeskDevice* device : m_backend->devices()) {
+        m_engine->setInitialProperties({
+            {QStringLiteral("device"), QVariant::fromValue(device)},
+            {QStringLiteral("desk"), QVariant::fromValue(m_language)},
+        });
+        const int before = m_engine->rootObjects().size();
+        m_engine->load(QUrl(QStringLiteral("qrc:/qt/qml/ReminderDesk/DeviceWindow.qml")));
+        if (m_engine->rootObjects().size() != before + 1)
+            return false;
+        auto* window = qobject_cast<QQuickWindow*>(m_engine->rootObjects().constLast());
+        if (!window)
+            return false;
+        window->setIcon(deskIcon());
+        window->resize(windowSize());
+        m_windows.append(window);
+    }
+    placeWindows();
+    for (QQuickWindow* window : std::as_const(m_windows))
+        window->show();
+    for (DeskDevice* device : m_backend->devices())
+        device->handler()->readyReminder();
+    setUpTray();
+    if (m_backend->isAllListed())
+        emit allListed();
+    return true;
+}
+
+QQuickItem* DeskApp::pane(int index) const
+{
+    QQuickWindow* window = m_windows.value(index);
+    return window ? window->findChild<QQuickItem*>(QStringLiteral("devicePane")) : nullptr;
+}
+
+void DeskApp::placeWindows()
+{
+    if (m_windows.size() < 2)
+        return;
+    QScreen* screen = m_windows.constFirst()->screen();
+    if (!screen)
+        return;
+    const QRect area = screen->availableGeometry();
+    const QSize size = windowSize();
+    const int gap = 16;
+    if (2 * size.width() + gap <= area.width()) {
+        // Side by side, centred.
+        const int left = area.center().x() - size.width() - gap / 2;
+        const int top = area.top() + qMax(0, (area.height() - size.height()) / 2);
+        m_windows.at(0)->setPosition(left, top);
+        m_windows.at(1)->setPosition(left + size.width() + gap, top);
+    } else {
+        // A small screen: the second window overlaps the first, offset.
+        m_windows.at(0)->setPosition(area.topLeft());
+        m_windows.at(1)->setPosition(area.topLeft() + QPoint(48, 48));
+    }
+}
+
+void DeskApp::setUpTray()
+{
+    if (!QSystemTrayIcon::isSystemTrayAvailable())
+        return;
+    m_tray = new QSystemTrayIcon(deskIcon());
+    m_tray->setToolTip(qtTrId("desk_app_title"));
+    m_trayMenu = new QMenu;
+    QMenu* menu = m_trayMenu;
+    QAction* show = menu->addAction(qtTrId("desk_tray_show"));
+    QAction* quit = menu->addAction(qtTrId("desk_tray_quit"));
+    connect(show, &QAction::triggered, this, [this] {
+        for (QQuickWindow* w : std::as_const(m_windows)) {
+            w->show();
+            w->raise();
+        }
+    });
+    connect(quit, &QAction::triggered, qApp, &QCoreApplication::quit);
+    m_tray->setContextMenu(menu);
+    connect(m_backend.get(), &DeskBackend::notified, this, [this](DeskDevice* device, const QString& text) {
+        if (m_tray)
+            m_tray->showMessage(qtTrId("desk_tray_message_title").arg(device->number()), text,
+                                QSystemTrayIcon::Information, 8000);
+    });
+    connect(m_language, &DeskLanguage::languageChanged, this, [this] {
+        if (!m_tray)
+            return;
+        m_tray->setToolTip(qtTrId("desk_app_title"));
+        const QList<QAction*> actions = m_tray->contextMenu()->actions();
+        if (actions.size() == 2) {
+            actions.at(0)->setText(qtTrId("desk_tray_show"));
+            actions.at(1)->setText(qtTrId("desk_tray_quit"));
+        }
+    });
+    m_tray->show();
+}

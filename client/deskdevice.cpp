@@ -1,0 +1,470 @@
+#include "deskdevice.h"
+
+#include "accountbase.h"
+#include "appsettingmodel.h"
+#include "carditem.h"
+#include "contactbase.h"
+#include "contentitem.h"
+#include "devicesession.h"
+#include "dialogbase.h"
+#include "fileitem.h"
+#include "mediasendermodel.h"
+#include "modelbaseutil.h"
+#include "pollitem.h"
+#include "relativemessage.h"
+#include "remindermodel.h"
+#include "reminderpattern.h"
+#include "samplechat.h"
+#include "usermanager.h"
+
+#include <QDateTime>
+#include <QFileInfo>
+#include <QJSEngine>
+#include <QLocale>
+
+namespace {
+
+QLocale uiLocale()
+{
+    return QLocale(AppSettingModel::language());
+}
+
+bool isFileBody(const ContentItem* c)
+{
+    return c && !c->isTextMsg() && qobject_cast<const FileItem*>(c);
+}
+
+} // namespace
+
+DeskDevice::DeskDevice(DeviceSession* session, int number, QObject* parent)
+    : QObject(parent)
+    , m_session(session)
+    , m_handler(session->handler())
+    , m_number(number)
+{
+    QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
+    m_describer = new ReminderPattern(this);
+
+    connect(AppSettingModel::getInstance(), &AppSettingModel::languageChanged, this, [this] {
+        bumpTick();
+        emit sampleMessagesChanged();
+    });
+    connect(m_session, &DeviceSession::listFinished, this, [this] {
+        if (m_listing) {
+            m_listing = false;
+            emit listingChanged();
+        }
+    });
+    m_clockTimer.setInterval(30 * 1000);
+    connect(&m_clockTimer, &QTimer::timeout, this, &DeskDevice::bumpTick);
+    m_clockTimer.start();
+}
+
+DeskDevice::~DeskDevice() = default;
+
+qint64 DeskDevice::deviceId() const
+{
+    return account()->deviceId();
+}
+
+AccountBase* DeskDevice::account() const
+{
+    return m_session->account();
+}
+
+QVariantList DeskDevice::banners() const
+{
+    QVariantList list;
+    for (const auto& entry : m_banners) {
+        QVariantMap m;
+        m.insert(QStringLiteral("remindId"), entry.first->remindId());
+        m.insert(QStringLiteral("item"), QVariant::fromValue(static_cast<QObject*>(entry.first.data())));
+        m.insert(QStringLiteral("dateTime"), entry.second);
+        list.append(m);
+    }
+    return list;
+}
+
+QVariantList DeskDevice::sampleMessages() const
+{
+    QVariantList list;
+    for (int i = 0; i < samplechat::messages().size(); ++i)
+        list.append(samplechat::describe(i));
+    return list;
+}
+
+void DeskDevice::setWindowActive(bool active)
+{
+    if (m_windowActive == active)
+        return;
+    m_windowActive = active;
+    emit windowActiveChanged();
+}
+
+bool DeskDevice::owns(const ReminderItemPtr& item) const
+{
+    if (!item)
+        return false;
+    const ReminderItemPtr mine = m_handler->reminderModel()->itemById(item->remindId());
+    return mine && mine.data() == item.data();
+}
+
+void DeskDevice::addBanner(const ReminderItemPtr& item, qint64 dateTime)
+{
+    if (!item)
+        return;
+    for (int i = 0; i < m_banners.size(); ++i) {
+        if (m_banners.at(i).first->remindId() == item->remindId()) {
+            m_banners.removeAt(i);
+            break;
+        }
+    }
+    m_banners.prepend(qMakePair(item, dateTime));
+    emit bannersChanged();
+}
+
+void DeskDevice::withdrawBanner(const QString& remindId)
+{
+    dismissBanner(remindId);
+}
+
+void DeskDevice::dismissBanner(const QString& remindId)
+{
+    for (int i = 0; i < m_banners.size(); ++i) {
+        if (m_banners.at(i).first->remindId() == remindId) {
+            m_banners.removeAt(i);
+            emit bannersChanged();
+            return;
+        }
+    }
+}
+
+void DeskDevice::showToast(const QString& text)
+{
+    emit toast(text);
+}
+
+void DeskDevice::refreshClock()
+{
+    bumpTick();
+}
+
+void DeskDevice::bumpTick()
+{
+    ++m_tick;
+    emit tickChanged();
+}
+
+void DeskDevice::relist()
+{
+    if (!m_listing) {
+        m_listing = true;
+        emit listingChanged();
+    }
+    m_session->relist();
+}
+
+void DeskDevice::syncNow()
+{
+    relist();
+}
+
+ReminderItem* DeskDevice::asItem(const QVariant& reminderData) const
+{
+    return reminderData.value<ReminderItemPtr>().data();
+}
+
+ReminderItem* DeskDevice::itemById(const QString& remindId) const
+{
+    return m_handler->reminderModel()->itemById(remindId).data();
+}
+
+ReminderItemPtr DeskDevice::pointerOf(ReminderItem* item) const
+{
+    if (!item)
+        return {};
+    ReminderItemPtr ptr = m_handler->reminderModel()->itemById(item->remindId());
+    if (ptr.data() == item)
+        return ptr;
+    ptr = m_handler->searchModel()->itemById(item->remindId());
+    return ptr.data() == item ? ptr : ReminderItemPtr();
+}
+
+QString DeskDevice::repeatWords(ReminderItem* item)
+{
+    const ReminderItemPtr ptr = pointerOf(item);
+    if (!ptr || ptr->interval() < 1)
+        return QString();
+    m_describer->reset();
+    m_describer->loadFrom(ptr);
+    const QString text = m_describer->repeatText();
+    const QString detail = ruleDetail(m_describer);
+    return detail.isEmpty() ? text : qtTrId("desk_repeat_words_detail").arg(text, detail);
+}
+
+QString DeskDevice::ruleDetail(QObject* object) const
+{
+    const auto* pattern = qobject_cast<ReminderPattern*>(object);
+    if (!pattern || pattern->repeatFlag() != ReminderPattern::Custom || pattern->interval() < 1)
+        return QString();
+    if (pattern->unit() == ReminderPattern::Weeks) {
+        QStringList days;
+        for (int day = 1; day <= 7; ++day) {
+            if (hasWeekday(pattern->dayOfWeekFlags(), day))
+                days.append(weekdayName(day, true));
+        }
+        return days.size() == 7 ? QString() : days.join(qtTrId("desk_list_separator"));
+    }
+    if (pattern->unit() >= ReminderPattern::MonthDay) {
+        for (const QVariant& v : pattern->monthModel()) {
+            const QVariantMap m = v.toMap();
+            if (m.value(QStringLiteral("unit")).toInt() == pattern->unit())
+                return m.value(QStringLiteral("text")).toString();
+        }
+    }
+    return QString();
+}
+
+QString DeskDevice::formatTime(qint64 ms) const
+{
+    if (ms <= 0)
+        return QString();
+    const QDateTime when = QDateTime::fromMSecsSinceEpoch(ms);
+    const QDate today = QDateTime::fromMSecsSinceEpoch(now()).date();
+    const QString clock = when.time().toString(QStringLiteral("HH:mm"));
+    const qint64 days = today.daysTo(when.date());
+    if (days == 0)
+        return qtTrId("desk_time_today").arg(clock);
+    if (days == 1)
+        return qtTrId("desk_time_tomorrow").arg(clock);
+    if (days == -1)
+        return qtTrId("desk_time_yesterday").arg(clock);
+    const QString format =
+        when.date().year() == today.year() ? qtTrId("desk_date_format_short") : qtTrId("desk_date_format_long");
+    return qtTrId("desk_time_on_date").arg(uiLocale().toString(when.date(), format), clock);
+}
+
+QString DeskDevice::formatDay(qint64 ms) const
+{
+    if (ms <= 0)
+        return QString();
+    return uiLocale().toString(QDateTime::fromMSecsSinceEpoch(ms).date(), qtTrId("desk_date_format_long"));
+}
+
+QString DeskDevice::monthTitle(int year, int month) const
+{
+    return uiLocale().toString(QDate(year, month, 1), qtTrId("desk_month_format"));
+}
+
+bool DeskDevice::isOverdue(ReminderItem* item) const
+{
+    return item && !item->completed() && item->showRemindTime() > 0 && item->showRemindTime() < now();
+}
+
+QString DeskDevice::bodyText(ReminderItem* item) const
+{
+    return item ? item->text() : QString();
+}
+
+QVariantMap DeskDevice::attachment(QObject* content) const
+{
+    QVariantMap m;
+    m.insert(QStringLiteral("kind"), QStringLiteral("none"));
+    const auto* c = qobject_cast<ContentItem*>(content);
+    if (!isFileBody(c))
+        return m;
+    const auto* file = qobject_cast<const FileItem*>(c);
+    const bool image = c->type() == ContentItem::ImageType || c->type() == ContentItem::AnimatedImageType
+        || file->fileKind() == FileItem::KindImage;
+    m.insert(QStringLiteral("kind"), image ? QStringLiteral("image") : QStringLiteral("file"));
+    m.insert(QStringLiteral("name"), file->fileName());
+    m.insert(QStringLiteral("size"), file->fileSize() > 0 ? uiLocale().formattedDataSize(file->fileSize()) : QString());
+    QString thumb;
+    if (file->validThumbFile())
+        thumb = QUrl::fromLocalFile(file->thumbnailFile()).toString();
+    else if (image && !file->filePath().isEmpty() && QFileInfo::exists(file->filePath()))
+        thumb = QUrl::fromLocalFile(file->filePath()).toString();
+    m.insert(QStringLiteral("thumb"), thumb);
+    return m;
+}
+
+QString DeskDevice::quoteSender(RelativeMessage* quote) const
+{
+    if (!quote)
+        return QString();
+    if (const ContactBase* sender = quote->sender())
+        return sender->displayName();
+    if (quote->senderId() < 1)
+        return qtTrId("desk_unknown_sender");
+    const QSharedPointer<ContactBase> known =
+        account()->userManager()->getUserPointer(quote->senderId(), false, QString(), false);
+    return known ? known->displayName() : qtTrId("desk_unknown_sender");
+}
+
+QString DeskDevice::quoteKind(RelativeMessage* quote) const
+{
+    const ContentItem* c = quote ? quote->content() : nullptr;
+    if (!c)
+        return QStringLiteral("text");
+    if (qobject_cast<const CardItem*>(c))
+        return QStringLiteral("card");
+    if (qobject_cast<const WithOptionsItem*>(c))
+        return QStringLiteral("poll");
+    if (isFileBody(c))
+        return QStringLiteral("file");
+    return QStringLiteral("text");
+}
+
+QString DeskDevice::quoteSummary(RelativeMessage* quote) const
+{
+    const ContentItem* c = quote ? quote->content() : nullptr;
+    if (!c)
+        return QString();
+    if (const auto* card = qobject_cast<const CardItem*>(c))
+        return qtTrId("desk_quote_card").arg(card->nick());
+    if (const auto* poll = qobject_cast<const WithOptionsItem*>(c))
+        return qtTrId("desk_quote_poll").arg(poll->title());
+    return quote->text();
+}
+
+qint64 DeskDevice::now() const
+{
+    return account()->currentServerTime();
+}
+
+qint64 DeskDevice::suggestedTime() const
+{
+    const QDateTime current = QDateTime::fromMSecsSinceEpoch(now());
+    if (current.time().hour() < 21) {
+        const QDateTime next(current.date(), QTime(current.time().hour(), 0));
+        return next.addSecs(3600).toMSecsSinceEpoch();
+    }
+    return QDateTime(current.date().addDays(1), QTime(9, 0)).toMSecsSinceEpoch();
+}
+
+QVariantList DeskDevice::quickTimes() const
+{
+    const QDateTime current = QDateTime::fromMSecsSinceEpoch(now());
+    QVariantList list;
+    auto add = [&list](const QString& label, const QDateTime& t) {
+        QVariantMap m;
+        m.insert(QStringLiteral("label"), label);
+        m.insert(QStringLiteral("time"), t.toMSecsSinceEpoch());
+        list.append(m);
+    };
+    // In an hour, on the next five minutes.
+    QDateTime inHour = current.addSecs(3600);
+    const int minute = inHour.time().minute();
+    inHour = QDateTime(inHour.date(), QTime(inHour.time().hour(), minute - minute % 5)).addSecs(minute % 5 ? 300 : 0);
+    add(qtTrId("desk_quick_in_hour"), inHour);
+    if (current.time().hour() < 17)
+        add(qtTrId("desk_quick_this_evening"), QDateTime(current.date(), QTime(18, 0)));
+    add(qtTrId("desk_quick_tomorrow"), QDateTime(current.date().addDays(1), QTime(9, 0)));
+    const int toMonday = 8 - current.date().dayOfWeek();
+    add(qtTrId("desk_quick_next_week"), QDateTime(current.date().addDays(toMonday), QTime(9, 0)));
+    return list;
+}
+
+qint64 DeskDevice::dateAt(int year, int month, int day) const
+{
+    return QDateTime(QDate(year, month, day), QTime(0, 0)).toMSecsSinceEpoch();
+}
+
+qint64 DeskDevice::combine(qint64 dayMs, int hour, int minute) const
+{
+    const QDate day = QDateTime::fromMSecsSinceEpoch(dayMs > 0 ? dayMs : now()).date();
+    return QDateTime(day, QTime(qBound(0, hour, 23), qBound(0, minute, 59))).toMSecsSinceEpoch();
+}
+
+int DeskDevice::hourOf(qint64 ms) const
+{
+    return QDateTime::fromMSecsSinceEpoch(ms).time().hour();
+}
+
+int DeskDevice::minuteOf(qint64 ms) const
+{
+    return QDateTime::fromMSecsSinceEpoch(ms).time().minute();
+}
+
+int DeskDevice::yearOf(qint64 ms) const
+{
+    return QDateTime::fromMSecsSinceEpoch(ms > 0 ? ms : now()).date().year();
+}
+
+int DeskDevice::monthOf(qint64 ms) const
+{
+    return QDateTime::fromMSecsSinceEpoch(ms > 0 ? ms : now()).date().month();
+}
+
+int DeskDevice::dayOf(qint64 ms) const
+{
+    return QDateTime::fromMSecsSinceEpoch(ms > 0 ? ms : now()).date().day();
+}
+
+bool DeskDevice::sameDay(qint64 a, qint64 b) const
+{
+    return QDateTime::fromMSecsSinceEpoch(a).date() == QDateTime::fromMSecsSinceEpoch(b).date();
+}
+
+qint64 DeskDevice::monthLater(qint64 ms) const
+{
+    const QDate day = QDateTime::fromMSecsSinceEpoch(ms > 0 ? ms : now()).date().addMonths(1);
+    return QDateTime(day, QTime(0, 0)).toMSecsSinceEpoch();
+}
+
+QString DeskDevice::weekdayName(int day, bool shortName) const
+{
+    return uiLocale().dayName(day, shortName ? QLocale::ShortFormat : QLocale::LongFormat);
+}
+
+bool DeskDevice::hasWeekday(int flags, int day) const
+{
+    return (flags & ModelBaseUtil::dayOfWeekToFlag(day)) != 0;
+}
+
+int DeskDevice::toggledWeekday(int flags, int day) const
+{
+    return flags ^ ModelBaseUtil::dayOfWeekToFlag(day);
+}
+
+void DeskDevice::remindAbout(int index)
+{
+    const QList<samplechat::Message> all = samplechat::messages();
+    if (index < 0 || index >= all.size())
+        return;
+    const samplechat::Message& msg = all.at(index);
+    const QSharedPointer<ContentItem> content = samplechat::buildContent(index, account());
+    m_handler->reminderMessage(msg.dialogId, msg.messageId, msg.senderId, content);
+    // The chat knows who sent the message: the quote carries its sender, so
+    // that the sender travels with the reminder to the other devices.
+    if (RelativeMessage* quote = m_handler->quoteMsgItem()) {
+        if (const QSharedPointer<DialogBase> dialog = account()->dialog(msg.dialogId))
+            quote->setSender(dialog->contact(msg.senderId, msg.senderName));
+    }
+}
+
+QString DeskDevice::startNewReminder(const QString& text)
+{
+    QString id;
+    ReminderModel* model = m_handler->reminderModel();
+    const QMetaObject::Connection c =
+        connect(model, &QAbstractItemModel::rowsInserted, this, [&id, model](const QModelIndex&, int first, int) {
+            if (!id.isEmpty())
+                return;
+            const ReminderItemPtr item =
+                model->data(model->index(first, 0), ReminderModel::ReminderDataRole).value<ReminderItemPtr>();
+            if (item)
+                id = item->remindId();
+        });
+    m_handler->newReminder(text);
+    disconnect(c);
+    if (!id.isEmpty())
+        m_handler->editReminder(id);
+    return id;
+}
+
+QString DeskDevice::prepareAttachment(const QUrl& url) const
+{
+    MediaSenderModel::getInstance()->setCacheDirectory(account()->cacheDirectory());
+    return url.isLocalFile() ? url.toLocalFile() : url.toString();
+}

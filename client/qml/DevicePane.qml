@@ -1,0 +1,126 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Controls.Material
+import QtQuick.Layouts
+
+// Everything one device shows: the header, the reminder list, the chat,
+// the banners of fired reminders, the editor and toasts.
+Item {
+    id: pane
+    objectName: "devicePane"
+
+    required property var device
+    required property var desk
+    readonly property var handler: device.handler
+    readonly property var model: handler.reminderModel
+
+    property bool selecting: false
+    readonly property bool searching: header.searchText.length > 0
+    readonly property var shownModel: searching ? handler.searchModel : handler.reminderModel
+
+    Material.theme: Material.Light
+    Material.accent: Theme.accent
+    Material.primary: Theme.accent
+
+    Rectangle {
+        anchors.fill: parent
+        color: Theme.background
+    }
+
+    ColumnLayout {
+        anchors.fill: parent
+        spacing: 0
+
+        AppHeader {
+            id: header
+            Layout.fillWidth: true
+            pane: pane
+        }
+
+        RowLayout {
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            spacing: 0
+
+            ReminderListPane {
+                id: listPane
+                Layout.fillWidth: true
+                Layout.fillHeight: true
+                pane: pane
+            }
+
+            Rectangle {
+                Layout.fillHeight: true
+                implicitWidth: 1
+                color: Theme.border
+            }
+
+            ChatPane {
+                Layout.preferredWidth: 300
+                Layout.fillHeight: true
+                pane: pane
+            }
+        }
+    }
+
+    BannerStack {
+        anchors.top: parent.top
+        anchors.right: parent.right
+        anchors.topMargin: header.height + 10
+        anchors.rightMargin: 14
+        pane: pane
+    }
+
+    Toast {
+        id: toast
+        anchors.horizontalCenter: parent.horizontalCenter
+        anchors.bottom: parent.bottom
+        anchors.bottomMargin: 28
+    }
+
+    EditorPopup {
+        id: editor
+        pane: pane
+    }
+
+    Connections {
+        target: pane.device
+        function onToast(text) { toast.show(text) }
+    }
+
+    Binding {
+        target: pane.device
+        property: "windowActive"
+        value: pane.Window.active
+    }
+
+    // ---- Entry points (also used by the scripted tour and the tests)
+
+    // Opens the editor on an existing reminder.
+    function openEditor(remindId) {
+        pane.handler.editReminder(remindId)
+        editor.openFor(false)
+    }
+    // Creates a reminder with the text and opens it in the editor.
+    function openNewEditor(text) {
+        if (pane.device.startNewReminder(text) !== "")
+            editor.openFor(true)
+    }
+    // "Remind me about this" for a chat message.
+    function remindAbout(index) {
+        pane.device.remindAbout(index)
+        editor.openFor(true)
+    }
+    function showRepeatPage() { editor.showRepeatPage() }
+    function closeEditor(save) { editor.finish(save) }
+    function setSearchText(text) { header.searchText = text }
+    function setSelecting(on) {
+        if (!on)
+            pane.handler.clearSelect()
+        pane.selecting = on
+    }
+    readonly property alias editorOpen: editor.opened
+    readonly property alias editorBusy: editor.busy
+    readonly property alias editorPopup: editor
+    readonly property alias reminderList: listPane.view
+}

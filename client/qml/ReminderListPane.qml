@@ -1,0 +1,195 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Controls.Material
+import QtQuick.Layouts
+
+// The reminder list: quick add, counts, the completed section's toggle,
+// the rows (open and completed, or search results) and the selection bar.
+Item {
+    id: listPane
+
+    required property var pane
+    readonly property var handler: pane.handler
+    readonly property var mainModel: handler.reminderModel
+    property alias view: list
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 20
+        anchors.rightMargin: 20
+        anchors.topMargin: 16
+        spacing: 10
+
+        // Quick add and the full editor.
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 8
+
+            TextField {
+                id: quickAdd
+                objectName: "quickAddField"
+                Layout.fillWidth: true
+                Layout.preferredHeight: 44
+                leftPadding: 40
+                placeholderText: qsTrId("desk_quick_add_placeholder")
+                font.pixelSize: Theme.fontLarge
+                selectByMouse: true
+                background: Rectangle {
+                    radius: Theme.radius
+                    color: Theme.surface
+                    border.color: quickAdd.activeFocus ? Theme.accent : Theme.border
+                }
+                Icon {
+                    anchors.left: parent.left
+                    anchors.leftMargin: 12
+                    anchors.verticalCenter: parent.verticalCenter
+                    name: "plus"
+                    size: 20
+                    color: Theme.accent
+                }
+                onAccepted: addButton.clicked()
+            }
+            FlatButton {
+                id: addButton
+                objectName: "addButton"
+                text: qsTrId("desk_add")
+                enabled: quickAdd.text.trim().length > 0
+                font.pixelSize: Theme.fontBase
+                onClicked: {
+                    listPane.handler.newReminder(quickAdd.text.trim())
+                    quickAdd.clear()
+                }
+            }
+            PrimaryButton {
+                objectName: "newButton"
+                text: qsTrId("desk_new_with_details")
+                font.pixelSize: Theme.fontBase
+                onClicked: {
+                    listPane.pane.openNewEditor(quickAdd.text.trim())
+                    quickAdd.clear()
+                }
+            }
+        }
+
+        // Counts and the overdue badge.
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 8
+
+            Label {
+                objectName: "countsLabel"
+                visible: !listPane.pane.searching
+                text: qsTrId("desk_count_open", listPane.mainModel.count - listPane.mainModel.completedCount)
+                      + "  ·  " + qsTrId("desk_count_completed", listPane.mainModel.completedCount)
+                color: Theme.subtle
+                font.pixelSize: Theme.fontBase
+            }
+            Label {
+                objectName: "resultsLabel"
+                visible: listPane.pane.searching
+                text: qsTrId("desk_search_results", listPane.handler.searchModel.count)
+                color: Theme.subtle
+                font.pixelSize: Theme.fontBase
+            }
+            Pill {
+                objectName: "overdueBadge"
+                visible: listPane.handler.uncompleteOverdueCount > 0
+                text: qsTrId("desk_overdue_badge", listPane.handler.uncompleteOverdueCount)
+                color: Theme.dangerSoft
+                textColor: Theme.danger
+            }
+            Item { Layout.fillWidth: true }
+            Label {
+                visible: !listPane.pane.searching && !listPane.pane.selecting && listPane.mainModel.count > 1
+                text: qsTrId("desk_drag_hint")
+                color: Theme.faint
+                font.pixelSize: Theme.fontSmall
+            }
+        }
+
+        SelectionBar {
+            Layout.fillWidth: true
+            visible: listPane.pane.selecting
+            pane: listPane.pane
+        }
+
+        // The completed section's toggle; completed reminders are listed
+        // right under it when it is open.
+        ItemDelegate {
+            id: completedToggle
+            objectName: "completedToggle"
+            Layout.fillWidth: true
+            Layout.preferredHeight: 38
+            visible: !listPane.pane.searching && listPane.mainModel.completedCount > 0
+            leftPadding: 10
+            background: Rectangle {
+                radius: 8
+                color: completedToggle.hovered ? Theme.border : Theme.surfaceAlt
+            }
+            onClicked: listPane.mainModel.expand = !listPane.mainModel.expand
+            contentItem: RowLayout {
+                spacing: 8
+                Icon {
+                    name: listPane.mainModel.expand ? "chevronDown" : "chevronRight"
+                    size: 16
+                    color: Theme.subtle
+                }
+                Label {
+                    text: listPane.mainModel.expand
+                          ? qsTrId("desk_completed_hide", listPane.mainModel.completedCount)
+                          : qsTrId("desk_completed_show", listPane.mainModel.completedCount)
+                    color: Theme.subtle
+                    font.pixelSize: Theme.fontBase
+                    font.weight: Font.DemiBold
+                }
+                Item { Layout.fillWidth: true }
+            }
+        }
+
+        ListView {
+            id: list
+            objectName: "reminderList"
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            spacing: 8
+            model: listPane.pane.shownModel
+            bottomMargin: 16
+            boundsBehavior: Flickable.StopAtBounds
+            ScrollBar.vertical: ScrollBar {}
+            delegate: ReminderRow {
+                width: ListView.view.width
+                pane: listPane.pane
+            }
+            moveDisplaced: Transition {
+                NumberAnimation { properties: "y"; duration: 120 }
+            }
+
+            Column {
+                anchors.centerIn: parent
+                spacing: 8
+                visible: list.count === 0
+                Icon {
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    name: listPane.pane.searching ? "search" : "bell"
+                    size: 44
+                    lineWidth: 1.4
+                    color: Theme.faint
+                }
+                Label {
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    text: listPane.pane.searching ? qsTrId("desk_search_empty") : qsTrId("desk_list_empty")
+                    color: Theme.subtle
+                    font.pixelSize: Theme.fontLarge
+                }
+                Label {
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    visible: !listPane.pane.searching
+                    text: qsTrId("desk_list_empty_hint")
+                    color: Theme.faint
+                    font.pixelSize: Theme.fontBase
+                }
+            }
+        }
+    }
+}
