@@ -186,6 +186,8 @@ void ReminderHandler::prepareToClearData(bool)
         m_searchFuture.cancel();
         m_searchFuture.waitForFinished();
     }
+    // Results the search already posted belong to the data being dropped.
+    m_searchGeneration.fetchAndAddOrdered(1);
     QMutexLocker uploadLock(&m_uploadMutex);
     const QStringList uploading = m_uploading.keys();
     for (const QString& id : uploading)
@@ -203,6 +205,7 @@ void ReminderHandler::clearData(bool)
 {
     QMutexLocker lock(&m_uploadMutex);
     m_remindTimer.stop();
+    m_searchGeneration.fetchAndAddOrdered(1);
     m_reminderModel->clear();
     m_searchModel->clear();
     m_editItem.reset();
