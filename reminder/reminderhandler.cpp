@@ -77,6 +77,8 @@ ReminderHandler::~ReminderHandler()
     delete m_reminderModel;
     delete m_searchModel;
     delete m_pattern;
+    // An edit still open: its send item is the handler's (its files stay).
+    delete m_attachment;
 }
 
 void ReminderHandler::registerMetaType(const char*)
