@@ -61,6 +61,9 @@ Rectangle {
         TextField {
             id: searchField
             objectName: "searchField"
+            Layout.fillWidth: true
+            Layout.minimumWidth: 120
+            Layout.maximumWidth: 260
             Layout.preferredWidth: 240
             Layout.preferredHeight: 40
             topPadding: 8

@@ -15,6 +15,11 @@ Dialog {
     width: 380
     title: qsTrId("desk_confirm_title")
 
+    // A popup lives in the window's overlay: it takes the theme itself.
+    Material.theme: Material.Light
+    Material.accent: Theme.accent
+    Material.primary: Theme.accent
+
     function ask(message, onConfirm) {
         text.text = message
         dialog.action = onConfirm

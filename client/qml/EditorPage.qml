@@ -112,6 +112,10 @@ Page {
                         text: page.handler.content
                         placeholderText: qsTrId("desk_editor_text_placeholder")
                         wrapMode: TextEdit.Wrap
+                        leftPadding: 10
+                        rightPadding: 10
+                        topPadding: 10
+                        bottomPadding: 10
                         font.pixelSize: Theme.fontLarge
                         selectByMouse: true
                         background: Item {}

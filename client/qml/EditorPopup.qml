@@ -16,12 +16,17 @@ Popup {
 
     parent: Overlay.overlay
     anchors.centerIn: parent
-    width: Math.min(640, parent ? parent.width - 40 : 640)
+    width: Math.min(700, parent ? parent.width - 40 : 700)
     height: Math.min(640, parent ? parent.height - 40 : 640)
     modal: true
     focus: true
     padding: 0
     closePolicy: Popup.CloseOnEscape
+
+    // A popup lives in the window's overlay: it takes the theme itself.
+    Material.theme: Material.Light
+    Material.accent: Theme.accent
+    Material.primary: Theme.accent
 
     background: Rectangle {
         radius: 14

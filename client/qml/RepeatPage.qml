@@ -50,8 +50,8 @@ Page {
 
         // Presets.
         ColumnLayout {
-            Layout.preferredWidth: 240
-            Layout.maximumWidth: 240
+            Layout.preferredWidth: Math.min(270, page.width * 0.42)
+            Layout.maximumWidth: Math.min(270, page.width * 0.42)
             Layout.fillWidth: false
             Layout.fillHeight: true
             Layout.alignment: Qt.AlignTop
