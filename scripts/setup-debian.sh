@@ -17,6 +17,7 @@ packages=(
     libsodium-dev
     libicu-dev
     tzdata
+    valgrind gnuplot-nox
 )
 
 missing=()
