@@ -4,7 +4,8 @@
 # registered once per zone (test name suffixed with the zone) and runs with
 # TZ set, so date arithmetic is checked away from UTC and across daylight
 # saving changes. LABELS tag the registered tests: "concurrency" marks the
-# tests that the ThreadSanitizer build runs.
+# tests whose point is work across threads (ctest -L concurrency runs just
+# those; the ThreadSanitizer build runs every test).
 set(REMINDER_DATE_ZONES UTC America/New_York Australia/Sydney Asia/Kolkata)
 
 function(reminder_add_test)

@@ -31,8 +31,10 @@
 
 #include "im/content/reminder.pb.h"
 
+#include "crossthread.h"
+#include "synclocker.h"
+
 #include <QCoreApplication>
-#include <QtConcurrent/QtConcurrentRun>
 #include <QJSEngine>
 #include <QMessageLogger>
 #include <QPointer>
@@ -73,6 +75,7 @@ ReminderHandler::~ReminderHandler()
     // its lists: let them run out first.
     setStopped(true);
     m_searchFuture.waitForFinished();
+    CrossThread::acquire(&m_searchFuture);
     ThreadManager::getInstance()->waitForIdle();
     delete m_reminderModel;
     delete m_searchModel;
@@ -132,9 +135,10 @@ void ReminderHandler::loadLocalData(bool connectOnly)
         updateLastRemindId(info.id);
         item->moveToThread(mainThread);
 
-        if (needUpload(item->contentPtr()))
+        if (needUpload(item->contentPtr())) {
+            SyncLocker lock(&m_uploadMutex);
             m_failedUploads.insert(info.id, item);
-        else if (item->content())
+        } else if (item->content())
             item->content()->appendCacheKeys(cacheKeys);
 
         if (!item->completed() && now() > item->showRemindTime()) {
@@ -162,35 +166,36 @@ void ReminderHandler::loadLocalData(bool connectOnly)
         emit uncompleteOverdueCountChanged();
     }
     if (!notifications.isEmpty())
-        QMetaObject::invokeMethod(this, "notifyReminder", Qt::AutoConnection, Q_ARG(QVariantList, notifications));
+        CrossThread::invoke(this, [this, notifications] { notifyReminder(notifications); });
 }
 
 void ReminderHandler::onListFinished()
 {
     m_listFinished = true;
-    if (m_failedUploads.isEmpty() && m_pendingSync.isEmpty())
-        return;
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            retrySync();
-            reuploadFailed();
-        },
-        Qt::QueuedConnection);
+    {
+        SyncLocker lock(&m_uploadMutex);
+        if (m_failedUploads.isEmpty() && m_pendingSync.isEmpty())
+            return;
+    }
+    CrossThread::post(this, [this] {
+        retrySync();
+        reuploadFailed();
+    });
 }
 
 void ReminderHandler::prepareToClearData(bool)
 {
     setStopped(true);
     m_uncompleteOverdueCount = 0;
-    QMutexLocker searchLock(&m_searchMutex);
+    SyncLocker searchLock(&m_searchMutex);
     if (!m_searchFuture.isFinished()) {
         m_searchFuture.cancel();
         m_searchFuture.waitForFinished();
     }
+    CrossThread::acquire(&m_searchFuture);
     // Results the search already posted belong to the data being dropped.
     m_searchGeneration.fetchAndAddOrdered(1);
-    QMutexLocker uploadLock(&m_uploadMutex);
+    SyncLocker uploadLock(&m_uploadMutex);
     const QStringList uploading = m_uploading.keys();
     for (const QString& id : uploading)
         cancelUpload(id, CancelBySystem);
@@ -205,7 +210,7 @@ void ReminderHandler::prepareToClearData(bool)
 
 void ReminderHandler::clearData(bool)
 {
-    QMutexLocker lock(&m_uploadMutex);
+    SyncLocker lock(&m_uploadMutex);
     m_remindTimer.stop();
     m_searchGeneration.fetchAndAddOrdered(1);
     m_reminderModel->clear();
@@ -308,7 +313,7 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
         else if (type == UpdateRemindTime)
             store->updateRemindTime(id, remindTime);
         if (done && self)
-            QMetaObject::invokeMethod(self.data(), done, Qt::AutoConnection);
+            CrossThread::invoke(self.data(), done);
     });
 }
 
@@ -477,7 +482,7 @@ void ReminderHandler::rearmWhenStorageCaughtUp(qint64 stuckAt)
         const qint64 nearest = store->nearestTimestamp();
         if (!self)
             return;
-        QMetaObject::invokeMethod(
+        CrossThread::invoke(
             self.data(),
             [self, nearest, stuckAt] {
                 if (!self)
@@ -493,8 +498,7 @@ void ReminderHandler::rearmWhenStorageCaughtUp(qint64 stuckAt)
                 } else {
                     self->checkStartTimer();
                 }
-            },
-            Qt::AutoConnection);
+            });
     });
 }
 
@@ -727,15 +731,12 @@ void ReminderHandler::deleteSelect(QString reminderId)
         store->remove(reminderId);
         if (!self)
             return;
-        QMetaObject::invokeMethod(
-            self.data(),
-            [self, reminderId] {
-                if (!self)
-                    return;
-                self->deleteReminder(reminderId);
-                self->m_account->command()->deleteReminders({reminderId});
-            },
-            Qt::AutoConnection);
+        CrossThread::invoke(self.data(), [self, reminderId] {
+            if (!self)
+                return;
+            self->deleteReminder(reminderId);
+            self->m_account->command()->deleteReminders({reminderId});
+        });
     });
 }
 
@@ -870,8 +871,10 @@ void ReminderHandler::removeAsDeletedOnServer(const QString& remindId)
     runOnStorage([self, store, remindId] {
         store->remove(remindId);
         if (self)
-            QMetaObject::invokeMethod(
-                self.data(), [self, remindId] { if (self) self->deleteReminder(remindId); }, Qt::AutoConnection);
+            CrossThread::invoke(self.data(), [self, remindId] {
+                if (self)
+                    self->deleteReminder(remindId);
+            });
     });
 }
 
@@ -936,8 +939,11 @@ void ReminderHandler::retrySync()
     // waiting for its upload is sent when the upload ends.
     const QSet<QString> pending = m_pendingSync;
     for (const QString& id : pending) {
-        if (m_failedUploads.contains(id))
-            continue;
+        {
+            SyncLocker lock(&m_uploadMutex);
+            if (m_failedUploads.contains(id))
+                continue;
+        }
         if (ReminderItemPtr item = m_reminderModel->itemById(id))
             syncToServer(item, false, UpdateSyncOnly);
     }
@@ -1040,7 +1046,7 @@ void ReminderHandler::editReminder(QString reminderId)
     setAttachmentModify(false);
     m_contentModify = false;
     {
-        QMutexLocker lock(&m_uploadMutex);
+        SyncLocker lock(&m_uploadMutex);
         if (!m_failedUploads.contains(reminderId) && !m_uploading.contains(reminderId)) {
             m_editBackup = m_editItem->contentPtr();
         } else {
@@ -1123,7 +1129,7 @@ void ReminderHandler::addAttachment(QString filePath)
     setAttachmentModify(true);
     m_contentModify = true;
 
-    QMutexLocker lock(&m_uploadMutex);
+    SyncLocker lock(&m_uploadMutex);
     if (m_uploading.contains(m_editItem->remindId())) {
         // An earlier upload is still running: this one waits its turn.
         m_failedUploads.insert(m_editItem->remindId(), m_editItem);
@@ -1170,7 +1176,7 @@ void ReminderHandler::deleteAttachment()
 
 void ReminderHandler::cancelTransfer()
 {
-    QMutexLocker lock(&m_uploadMutex);
+    SyncLocker lock(&m_uploadMutex);
     if (!m_editItem)
         return;
     const QString id = m_editItem->remindId();
@@ -1184,7 +1190,7 @@ void ReminderHandler::cancelTransfer()
 
 void ReminderHandler::cancelUpload(QString reminderId, CancelType canceled)
 {
-    QMutexLocker lock(&m_uploadMutex);
+    SyncLocker lock(&m_uploadMutex);
     const auto it = m_uploading.constFind(reminderId);
     if (it == m_uploading.constEnd())
         return;
@@ -1197,7 +1203,7 @@ void ReminderHandler::cancelUpload(QString reminderId, CancelType canceled)
 
 void ReminderHandler::retryUpload(QString remindId)
 {
-    QMutexLocker lock(&m_uploadMutex);
+    SyncLocker lock(&m_uploadMutex);
     if (!m_failedUploads.contains(remindId))
         return;
     const ReminderItemPtr item = m_failedUploads.take(remindId);
@@ -1207,18 +1213,29 @@ void ReminderHandler::retryUpload(QString remindId)
 
 void ReminderHandler::reuploadFailed()
 {
-    QMutexLocker lock(&m_uploadMutex);
-    if (!m_uploading.isEmpty() || m_failedUploads.isEmpty())
+    reuploadFailed(QString());
+}
+
+void ReminderHandler::reuploadFailed(const QString& exceptId)
+{
+    SyncLocker lock(&m_uploadMutex);
+    if (!m_uploading.isEmpty())
         return;
     // One at a time, in remind id order.
-    const ReminderItemPtr item = m_failedUploads.take(m_failedUploads.firstKey());
+    auto it = m_failedUploads.begin();
+    if (it != m_failedUploads.end() && it.key() == exceptId)
+        ++it;
+    if (it == m_failedUploads.end())
+        return;
+    const ReminderItemPtr item = it.value();
+    m_failedUploads.erase(it);
     lock.unlock();
     uploadFile(item);
 }
 
 bool ReminderHandler::uploadFile(ReminderItemPtr item)
 {
-    QMutexLocker lock(&m_uploadMutex);
+    SyncLocker lock(&m_uploadMutex);
     if (!item || !needUpload(item->contentPtr()))
         return false;
     if (m_uploading.contains(item->remindId()))
@@ -1235,11 +1252,15 @@ bool ReminderHandler::uploadFile(ReminderItemPtr item)
         if (!self)
             return;
         if (stage == 0) {
-            QMetaObject::invokeMethod(
-                self.data(), [self, item] { if (self) self->saveToDb(item, UpdateAll); }, Qt::AutoConnection);
+            CrossThread::invoke(self.data(), [self, item] {
+                if (self)
+                    self->saveToDb(item, UpdateAll);
+            });
         } else if (stage == 1) {
-            QMetaObject::invokeMethod(
-                self.data(), [self, item, code] { if (self) self->uploadFinish(item, code); }, Qt::AutoConnection);
+            CrossThread::invoke(self.data(), [self, item, code] {
+                if (self)
+                    self->uploadFinish(item, code);
+            });
         }
     };
     filter->remindId = item->remindId();
@@ -1252,7 +1273,7 @@ bool ReminderHandler::uploadFile(ReminderItemPtr item)
 
 void ReminderHandler::uploadFinish(ReminderItemPtr item, int code)
 {
-    QMutexLocker lock(&m_uploadMutex);
+    SyncLocker lock(&m_uploadMutex);
     m_uploading.remove(item->remindId());
     if (!item->content())
         return;
@@ -1261,7 +1282,10 @@ void ReminderHandler::uploadFinish(ReminderItemPtr item, int code)
             m_failedUploads.insert(item->remindId(), item);
         updateNeedRetry();
         lock.unlock();
-        reuploadFailed();
+        // It waits (for retryUpload, the next list, or the end of another
+        // upload); only another waiting upload may start now, or a file
+        // that keeps failing would be sent again and again.
+        reuploadFailed(item->remindId());
         return;
     }
     if (code != 0)
@@ -1301,7 +1325,7 @@ void ReminderHandler::removeFileIds(ReminderItemPtr item)
 
 void ReminderHandler::updateNeedRetry()
 {
-    QMutexLocker lock(&m_uploadMutex);
+    SyncLocker lock(&m_uploadMutex);
     const bool retry = m_editItem && m_failedUploads.contains(m_editItem->remindId());
     if (retry == m_needRetry)
         return;
@@ -1326,9 +1350,18 @@ void ReminderHandler::cancel()
     } else {
         removeAttachment();
     }
+    const bool created = !m_editExisting;
     m_editExisting = false;
-    if (m_editItem->isEmpty())
-        deleteSelect(m_editItem->remindId());
+    const QString id = m_editItem->remindId();
+    if (m_editItem->isEmpty()) {
+        deleteSelect(id);
+    } else if (created && !m_reminderModel->itemById(id)) {
+        // Never saved, but its upload may have stored it already (the file
+        // ids, once assigned): a cancelled new reminder leaves nothing.
+        m_pendingSync.remove(id);
+        storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+        runOnStorage([store, id] { store->remove(id); });
+    }
     if (restored && m_editRemindId == m_editItem->remindId())
         syncReminder(); // it was sent during this edit: send it as restored
     m_pattern->reset();
@@ -1438,7 +1471,7 @@ void ReminderHandler::deleteSelects()
         store->remove(ids);
         if (!self)
             return;
-        QMetaObject::invokeMethod(
+        CrossThread::invoke(
             self.data(),
             [self] {
                 if (!self)
@@ -1452,8 +1485,7 @@ void ReminderHandler::deleteSelects()
                 self->m_selectedIds.clear();
                 self->m_selectCompletedCount = 0;
                 self->emitSelectionSignals();
-            },
-            Qt::AutoConnection);
+            });
     });
 }
 
@@ -1474,11 +1506,12 @@ void ReminderHandler::deleteAllCompleted()
 void ReminderHandler::search(QString keyword)
 {
     setStopped(true);
-    QMutexLocker lock(&m_searchMutex);
+    SyncLocker lock(&m_searchMutex);
     if (!m_searchFuture.isFinished()) {
         m_searchFuture.cancel();
         m_searchFuture.waitForFinished();
     }
+    CrossThread::acquire(&m_searchFuture);
     setStopped(false);
     const int generation = m_searchGeneration.fetchAndAddOrdered(1) + 1;
     m_searchModel->reset();
@@ -1490,7 +1523,7 @@ void ReminderHandler::search(QString keyword)
     ReminderModel* main = m_reminderModel;
     ReminderModel* results = m_searchModel;
     QPointer<ReminderHandler> self(this);
-    m_searchFuture = QtConcurrent::run([this, self, store, main, results, keyword, generation] {
+    m_searchFuture = CrossThread::run(QThreadPool::globalInstance(), [this, self, store, main, results, keyword, generation] {
         const QList<storage::ReminderInfo> infos = store->infosWithKeyword(keyword, 0);
         for (const storage::ReminderInfo& info : infos) {
             if (isStopped())
@@ -1499,15 +1532,12 @@ void ReminderHandler::search(QString keyword)
             const ReminderItemPtr item = main->itemById(info.id);
             if (!item)
                 continue;
-            QMetaObject::invokeMethod(
-                results,
-                [self, results, item, generation] {
-                    if (self && self->m_searchGeneration.loadAcquire() == generation)
-                        results->insert(item);
-                },
-                Qt::AutoConnection);
+            CrossThread::invoke(results, [self, results, item, generation] {
+                if (self && self->m_searchGeneration.loadAcquire() == generation)
+                    results->insert(item);
+            });
         }
-    });
+    }, &m_searchFuture);
 }
 
 void ReminderHandler::resetSearch()
@@ -1518,6 +1548,7 @@ void ReminderHandler::resetSearch()
         m_searchFuture.cancel();
         m_searchFuture.waitForFinished();
     }
+    CrossThread::acquire(&m_searchFuture);
     setStopped(false);
     m_searchGeneration.fetchAndAddOrdered(1);
     m_searchModel->reset();

@@ -187,6 +187,7 @@ private:
     bool uploadFile(ReminderItemPtr item);
     void uploadFinish(ReminderItemPtr item, int code);
     void reuploadFailed();
+    void reuploadFailed(const QString& exceptId);
     void removeFileIds(const QSharedPointer<ContentItem>& content);
     void removeFileIds(ReminderItemPtr item);
     void updateNeedRetry();

@@ -4,8 +4,9 @@
 #include "contentitem.h"
 #include "fileitem.h"
 
+#include "synclocker.h"
+
 #include <QJSEngine>
-#include <QMutexLocker>
 
 #include <algorithm>
 #include <utility>
@@ -211,7 +212,7 @@ void ReminderModel::insert(ReminderItemPtr item)
     if (!item)
         return;
     {
-        QMutexLocker locker(&m_indexLock);
+        SyncLocker locker(&m_indexLock);
         const QString id = item->remindId();
         if (m_index.contains(id))
             return;
@@ -248,7 +249,7 @@ void ReminderModel::insertItems(const QList<ReminderItemPtr>& items)
     // when some of them are hidden completed items); callers rely on this.
     beginInsertRows(QModelIndex(), 0, int(items.size()) - 1);
     {
-        QMutexLocker locker(&m_indexLock);
+        SyncLocker locker(&m_indexLock);
         QList<ReminderItemPtr> open;
         QList<ReminderItemPtr> completed;
         m_index.reserve(m_index.size() + items.size());
@@ -269,7 +270,7 @@ void ReminderModel::insertItems(const QList<ReminderItemPtr>& items)
 
 ReminderItemPtr ReminderModel::itemById(const QString& remindId) const
 {
-    QMutexLocker locker(&m_indexLock);
+    SyncLocker locker(&m_indexLock);
     return m_index.value(remindId);
 }
 
@@ -320,7 +321,7 @@ void ReminderModel::remove(ReminderItemPtr item, bool release)
     if (release) {
         ReminderItemPtr dropped;
         {
-            QMutexLocker locker(&m_indexLock);
+            SyncLocker locker(&m_indexLock);
             dropped = m_index.take(item->remindId());
         }
         const QSharedPointer<ContentItem> content = item->contentPtr();
@@ -353,7 +354,7 @@ void ReminderModel::resort(ReminderItemPtr item)
     remove(item, false);
     ReminderItemPtr dropped;
     {
-        QMutexLocker locker(&m_indexLock);
+        SyncLocker locker(&m_indexLock);
         dropped = m_index.take(item->remindId());
     }
     insert(item);
@@ -415,7 +416,7 @@ void ReminderModel::reset()
     beginResetModel();
     QHash<QString, ReminderItemPtr> dropped;
     {
-        QMutexLocker locker(&m_indexLock);
+        SyncLocker locker(&m_indexLock);
         dropped.swap(m_index);
     }
     m_openItems.clear();
@@ -429,7 +430,7 @@ void ReminderModel::clear()
 {
     QHash<QString, ReminderItemPtr> dropped;
     {
-        QMutexLocker locker(&m_indexLock);
+        SyncLocker locker(&m_indexLock);
         dropped.swap(m_index);
     }
     m_openItems.clear();

@@ -1,5 +1,7 @@
 #include "usermanager.h"
 
+#include "synclocker.h"
+
 #include "contactbase.h"
 
 UserManager::UserManager(QObject* parent) : QObject(parent) {}
@@ -9,7 +11,7 @@ QSharedPointer<ContactBase> UserManager::getUserPointer(qint64 userId, bool requ
 {
     QSharedPointer<ContactBase> user;
     {
-        QMutexLocker lock(&m_mutex);
+        SyncLocker lock(&m_mutex);
         if (requestFromServer)
             m_requested.append(userId);
         user = m_users.value(userId);
@@ -31,18 +33,18 @@ void UserManager::addUser(const QSharedPointer<ContactBase>& user)
 {
     if (!user)
         return;
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     m_users.insert(user->userId(), user);
 }
 
 int UserManager::count() const
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     return m_users.size();
 }
 
 QList<qint64> UserManager::requestedUserIds() const
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     return m_requested;
 }

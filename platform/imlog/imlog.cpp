@@ -1,9 +1,10 @@
 #include "imlog.h"
 
+#include "synclocker.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QMutexLocker>
 
 #include <cstdio>
 
@@ -28,7 +29,7 @@ void ImLog::error(const QString& text)
     const QString stamp = QDateTime::currentDateTimeUtc().toString(Qt::ISODateWithMs);
     const QByteArray line = (stamp + QLatin1String(" ERROR ") + text + QLatin1Char('\n')).toUtf8();
 
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     if (!m_dir.isEmpty()) {
         QDir().mkpath(m_dir);
         QFile file(QDir(m_dir).filePath(QLatin1String(kFileName)));
@@ -48,7 +49,7 @@ void ImLog::error(const QString& text)
 
 void ImLog::setLogDirectory(const QString& dir)
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     m_dir = dir;
     if (!m_dir.isEmpty())
         QDir().mkpath(m_dir);
@@ -56,7 +57,7 @@ void ImLog::setLogDirectory(const QString& dir)
 
 QString ImLog::logFilePath() const
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     if (m_dir.isEmpty())
         return QString();
     return QDir(m_dir).filePath(QLatin1String(kFileName));
@@ -64,18 +65,18 @@ QString ImLog::logFilePath() const
 
 void ImLog::setEchoToStderr(bool echo)
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     m_echo = echo;
 }
 
 QStringList ImLog::recentLines() const
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     return m_recent;
 }
 
 void ImLog::clearRecentLines()
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     m_recent.clear();
 }

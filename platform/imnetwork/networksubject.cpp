@@ -1,7 +1,8 @@
 #include "networksubject.h"
 
+#include "synclocker.h"
+
 #include <QDateTime>
-#include <QMutexLocker>
 
 namespace network {
 
@@ -14,7 +15,7 @@ NetworkSubject* NetworkSubject::instance()
 
 qint64 NetworkSubject::currentDateTime() const
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     if (m_isFixed)
         return m_fixed;
     return QDateTime::currentMSecsSinceEpoch() + m_offset;
@@ -22,26 +23,26 @@ qint64 NetworkSubject::currentDateTime() const
 
 void NetworkSubject::setServerOffset(qint64 offsetMs)
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     m_offset = offsetMs;
 }
 
 qint64 NetworkSubject::serverOffset() const
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     return m_offset;
 }
 
 void NetworkSubject::setFixedTime(qint64 msecsSinceEpoch)
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     m_fixed = msecsSinceEpoch;
     m_isFixed = true;
 }
 
 void NetworkSubject::advance(qint64 ms)
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     if (!m_isFixed) {
         m_fixed = QDateTime::currentMSecsSinceEpoch() + m_offset;
         m_isFixed = true;
@@ -51,27 +52,27 @@ void NetworkSubject::advance(qint64 ms)
 
 void NetworkSubject::releaseFixedTime()
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     m_isFixed = false;
     m_fixed = 0;
 }
 
 bool NetworkSubject::isTimeFixed() const
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     return m_isFixed;
 }
 
 bool NetworkSubject::appIsActive() const
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     return m_active;
 }
 
 void NetworkSubject::setAppActive(bool active)
 {
     {
-        QMutexLocker lock(&m_mutex);
+        SyncLocker lock(&m_mutex);
         if (m_active == active)
             return;
         m_active = active;

@@ -10,6 +10,8 @@
 #include "usermanager.h"
 #include "userstorageprovider.h"
 
+#include "synclocker.h"
+
 #include <QCoreApplication>
 #include <QDir>
 
@@ -89,7 +91,7 @@ UserManager* AccountBase::userManager() const
 
 QSharedPointer<DialogBase> AccountBase::dialog(const QString& dialogId) const
 {
-    QMutexLocker lock(&m_dialogMutex);
+    SyncLocker lock(&m_dialogMutex);
     auto& slot = m_dialogs[dialogId];
     if (!slot)
         slot.reset(new DialogBase(dialogId, m_users));

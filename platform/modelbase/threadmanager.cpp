@@ -1,5 +1,8 @@
 #include "threadmanager.h"
 
+#include "crossthread.h"
+#include "synclocker.h"
+
 #include <QCoreApplication>
 #include <QSemaphore>
 #include <QThread>
@@ -38,7 +41,10 @@ ThreadManager::~ThreadManager()
     if (QCoreApplication::instance()) {
         // Quit behind the queued tasks, so that they still run: they may be
         // the last writes of a session.
-        QMetaObject::invokeMethod(m_context, [thread] { thread->quit(); }, Qt::QueuedConnection);
+        CrossThread::post(m_context, [thread] {
+            CrossThread::release(thread);
+            thread->quit();
+        });
     } else {
         // Without an application object queued events are no longer
         // delivered (the static instance ends after main() has returned), so
@@ -46,6 +52,7 @@ ThreadManager::~ThreadManager()
         thread->quit();
     }
     m_thread->wait();
+    CrossThread::acquire(thread);
     // The worker has stopped, so its context can go from this thread.
     delete m_context;
     delete m_thread;
@@ -56,13 +63,13 @@ void ThreadManager::invoke(std::function<void()>&& task, bool onMainThread)
     if (!task)
         return;
     {
-        QMutexLocker lock(&m_mutex);
+        SyncLocker lock(&m_mutex);
         ++m_tasks;
         if (onMainThread)
             ++m_mainThreadTasks;
     }
     // Queued calls to one receiver are delivered in the order posted.
-    QMetaObject::invokeMethod(m_context, std::move(task), Qt::QueuedConnection);
+    CrossThread::post(m_context, std::move(task));
 }
 
 bool ThreadManager::waitForIdle(int timeoutMs)
@@ -70,8 +77,15 @@ bool ThreadManager::waitForIdle(int timeoutMs)
     if (QThread::currentThread() == m_thread)
         return false;
     auto done = std::make_shared<QSemaphore>(0);
-    QMetaObject::invokeMethod(m_context, [done] { done->release(); }, Qt::QueuedConnection);
-    return done->tryAcquire(1, timeoutMs);
+    CrossThread::post(m_context, [done] {
+        CrossThread::release(done.get());
+        done->release();
+    });
+    if (!done->tryAcquire(1, timeoutMs))
+        return false;
+    // What the tasks wrote is now the caller's to read.
+    CrossThread::acquire(done.get());
+    return true;
 }
 
 QThread* ThreadManager::workerThread() const
@@ -81,12 +95,12 @@ QThread* ThreadManager::workerThread() const
 
 quint64 ThreadManager::taskCount() const
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     return m_tasks;
 }
 
 quint64 ThreadManager::mainThreadTaskCount() const
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     return m_mainThreadTasks;
 }

@@ -7,9 +7,11 @@
 
 #include "im/content/reminder.pb.h"
 
+#include "crossthread.h"
+#include "synclocker.h"
+
 #include <QDateTime>
 #include <QElapsedTimer>
-#include <QMutexLocker>
 #include <QThread>
 
 #include <algorithm>
@@ -49,14 +51,11 @@ ReminderServer::ReminderServer(const QString& databasePath, Clock clock)
     m_thread->setObjectName(QStringLiteral("ReminderServer"));
     moveToThread(m_thread.get());
     m_thread->start();
-    QMetaObject::invokeMethod(
-        this,
-        [this] {
-            m_db = std::make_unique<ServerDatabase>(m_path);
-            m_open = m_db->isOpen();
-            m_movedAside = m_db->movedAsidePath();
-        },
-        Qt::BlockingQueuedConnection);
+    CrossThread::postAndWait(this, [this] {
+        m_db = std::make_unique<ServerDatabase>(m_path);
+        m_open = m_db->isOpen();
+        m_movedAside = m_db->movedAsidePath();
+    });
 }
 
 ReminderServer::~ReminderServer()
@@ -67,27 +66,24 @@ ReminderServer::~ReminderServer()
     // later ones cannot arrive.
     m_stopping.store(true);
     {
-        QMutexLocker lock(&m_hub->mutex);
+        SyncLocker lock(&m_hub->mutex);
         m_hub->server = nullptr;
     }
     QThread* home = QThread::currentThread();
-    QMetaObject::invokeMethod(
-        this,
-        [this, home] {
-            m_held.clear();
-            m_db.reset();
-            // Back to the destroying thread, so that the object ends where
-            // it is deleted.
-            moveToThread(home);
-        },
-        Qt::BlockingQueuedConnection);
+    CrossThread::postAndWait(this, [this, home] {
+        m_held.clear();
+        m_db.reset();
+        // Back to the destroying thread, so that the object ends where it is
+        // deleted.
+        moveToThread(home);
+    });
     m_thread->quit();
     m_thread->wait();
 }
 
 void ReminderServer::post(std::function<void()> task)
 {
-    QMetaObject::invokeMethod(this, std::move(task), Qt::QueuedConnection);
+    CrossThread::post(this, std::move(task));
 }
 
 template <typename F>
@@ -96,9 +92,7 @@ auto ReminderServer::query(F f) const -> decltype(f())
     if (QThread::currentThread() == m_thread.get())
         return f();
     decltype(f()) result {};
-    QMetaObject::invokeMethod(
-        const_cast<ReminderServer*>(this), [&result, &f] { result = f(); },
-        Qt::BlockingQueuedConnection);
+    CrossThread::postAndWait(const_cast<ReminderServer*>(this), [&result, &f] { result = f(); });
     return result;
 }
 
@@ -423,31 +417,25 @@ void ReminderServer::sendAnswer(const Answer& answer)
 
 void ReminderServer::deliver(const Answer& answer)
 {
-    QMutexLocker lock(&m_hub->mutex);
+    SyncLocker lock(&m_hub->mutex);
     ReminderServerSession* session = m_hub->sessions.value(answer.sessionId);
     if (!session)
         return;
-    QMetaObject::invokeMethod(
-        session,
-        [session, answer] {
-            emit session->syncFinished(answer.remindId, answer.data, answer.code);
-        },
-        Qt::QueuedConnection);
+    CrossThread::post(session, [session, answer] {
+        emit session->syncFinished(answer.remindId, answer.data, answer.code);
+    });
 }
 
 void ReminderServer::deliverListing(quint64 sessionId,
                                     const QList<QPair<QString, QByteArray>>& items)
 {
-    QMutexLocker lock(&m_hub->mutex);
+    SyncLocker lock(&m_hub->mutex);
     ReminderServerSession* session = m_hub->sessions.value(sessionId);
     if (!session)
         return;
-    QMetaObject::invokeMethod(
-        session,
-        [session, items] {
-            for (const auto& item : items)
-                emit session->listed(item.first, item.second);
-            emit session->listFinished();
-        },
-        Qt::QueuedConnection);
+    CrossThread::post(session, [session, items] {
+        for (const auto& item : items)
+            emit session->listed(item.first, item.second);
+        emit session->listFinished();
+    });
 }

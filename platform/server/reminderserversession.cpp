@@ -4,7 +4,8 @@
 #include "reminderserver.h"
 #include "reminderserverhub_p.h"
 
-#include <QMutexLocker>
+#include "crossthread.h"
+#include "synclocker.h"
 
 ReminderServerSession::ReminderServerSession(ReminderServer* server, qint64 accountId,
                                              qint64 deviceId, QObject* parent)
@@ -15,7 +16,7 @@ ReminderServerSession::ReminderServerSession(ReminderServer* server, qint64 acco
     if (!server)
         return;
     m_hub = server->m_hub;
-    QMutexLocker lock(&m_hub->mutex);
+    SyncLocker lock(&m_hub->mutex);
     m_id = ++m_hub->lastSessionId;
     m_hub->sessions.insert(m_id, this);
 }
@@ -27,7 +28,7 @@ ReminderServerSession::~ReminderServerSession()
         return;
     // After this no answer can be posted to the session; answers posted
     // before are discarded with the object.
-    QMutexLocker lock(&m_hub->mutex);
+    SyncLocker lock(&m_hub->mutex);
     m_hub->sessions.remove(m_id);
 }
 
@@ -35,7 +36,7 @@ bool ReminderServerSession::isConnected() const
 {
     if (!m_hub)
         return false;
-    QMutexLocker lock(&m_hub->mutex);
+    SyncLocker lock(&m_hub->mutex);
     return m_hub->server != nullptr;
 }
 
@@ -62,12 +63,11 @@ bool ReminderServerSession::toServer(F task)
 {
     if (!m_hub)
         return false;
-    QMutexLocker lock(&m_hub->mutex);
+    SyncLocker lock(&m_hub->mutex);
     ReminderServer* server = m_hub->server;
     if (!server)
         return false;
-    QMetaObject::invokeMethod(
-        server, [server, task] { task(server); }, Qt::QueuedConnection);
+    CrossThread::post(server, [server, task] { task(server); });
     return true;
 }
 

@@ -4,7 +4,8 @@
 #include "sqliteutil_p.h"
 #include "storagesql.h"
 
-#include <QMutexLocker>
+#include "synclocker.h"
+
 
 #include <sqlite3.h>
 
@@ -22,7 +23,7 @@ CacheFileStorage::CacheFileStorage(Connection* connection)
 
 bool CacheFileStorage::updateTimestamp(const QList<QString>& keys, qint64 timestamp)
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "updateTimestamp"))
         return false;
     if (keys.isEmpty())
@@ -48,7 +49,7 @@ bool CacheFileStorage::updateTimestamp(const QList<QString>& keys, qint64 timest
 
 qint64 CacheFileStorage::timestamp(const QString& key)
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "timestamp"))
         return 0;
     StatementScope stmt(m_connection->statement(sql::kCacheFileTimestamp));

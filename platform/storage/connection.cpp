@@ -3,6 +3,8 @@
 #include "imlog.h"
 #include "storagesql.h"
 
+#include "synclocker.h"
+
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
@@ -155,7 +157,7 @@ Connection::Connection(const QString& path)
 
 Connection::~Connection()
 {
-    QMutexLocker lock(&m_mutex);
+    SyncLocker lock(&m_mutex);
     closeHandle();
 }
 

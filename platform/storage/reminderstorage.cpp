@@ -4,7 +4,8 @@
 #include "sqliteutil_p.h"
 #include "storagesql.h"
 
-#include <QMutexLocker>
+#include "synclocker.h"
+
 
 #include <sqlite3.h>
 
@@ -81,7 +82,7 @@ ReminderStorage::ReminderStorage(Connection* connection)
 
 QList<ReminderInfo> ReminderStorage::allInfos()
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "allInfos"))
         return {};
     StatementScope stmt(m_connection->statement(sql::kAllInfos));
@@ -109,7 +110,7 @@ static bool saveLocked(Connection* connection, const ReminderInfo& info)
 
 bool ReminderStorage::save(const ReminderInfo& info)
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "save"))
         return false;
     return saveLocked(m_connection, info);
@@ -117,7 +118,7 @@ bool ReminderStorage::save(const ReminderInfo& info)
 
 bool ReminderStorage::saveAll(const QList<ReminderInfo>& infos)
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "saveAll"))
         return false;
     if (infos.isEmpty())
@@ -134,7 +135,7 @@ bool ReminderStorage::saveAll(const QList<ReminderInfo>& infos)
 
 bool ReminderStorage::remove(const QString& remindId)
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "remove"))
         return false;
     StatementScope stmt(m_connection->statement(sql::kRemove));
@@ -149,7 +150,7 @@ bool ReminderStorage::remove(const QString& remindId)
 
 bool ReminderStorage::remove(const QList<QString>& remindIds)
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "remove"))
         return false;
     if (remindIds.isEmpty())
@@ -173,7 +174,7 @@ bool ReminderStorage::remove(const QList<QString>& remindIds)
 
 bool ReminderStorage::updateExtra(const QString& remindId, const QByteArray& extra)
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "updateExtra"))
         return false;
     StatementScope stmt(m_connection->statement(sql::kUpdateExtra));
@@ -188,7 +189,7 @@ bool ReminderStorage::updateExtra(const QString& remindId, const QByteArray& ext
 
 bool ReminderStorage::updateRemindTime(const QString& remindId, qint64 remindTime)
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "updateRemindTime"))
         return false;
     StatementScope stmt(m_connection->statement(sql::kUpdateRemindTime));
@@ -203,7 +204,7 @@ bool ReminderStorage::updateRemindTime(const QString& remindId, qint64 remindTim
 
 qint64 ReminderStorage::nearestTimestamp()
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "nearestTimestamp"))
         return 0;
     StatementScope stmt(m_connection->statement(sql::kNearestTimestamp));
@@ -220,7 +221,7 @@ qint64 ReminderStorage::nearestTimestamp()
 
 QList<ReminderInfo> ReminderStorage::infosWithTimestamp(qint64 timestamp)
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "infosWithTimestamp"))
         return {};
     StatementScope stmt(m_connection->statement(sql::kInfosWithTimestamp));
@@ -238,7 +239,7 @@ QList<ReminderInfo> ReminderStorage::infosWithKeyword(const QString& keyword, in
     // SQLite reads a negative limit as "no limit".
     const qint64 sqlLimit = limit > 0 ? limit : -1;
 
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "infosWithKeyword"))
         return {};
     if (keyword.isEmpty()) {
@@ -278,7 +279,7 @@ ReminderInfo ReminderStorage::info(const QString& remindId, bool* found)
 {
     if (found)
         *found = false;
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "info"))
         return {};
     StatementScope stmt(m_connection->statement(sql::kInfo));
@@ -301,7 +302,7 @@ ReminderInfo ReminderStorage::info(const QString& remindId, bool* found)
 
 int ReminderStorage::count()
 {
-    QMutexLocker lock(&m_connection->mutex());
+    SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "count"))
         return 0;
     StatementScope stmt(m_connection->statement(sql::kCount));

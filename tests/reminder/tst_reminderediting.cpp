@@ -134,6 +134,8 @@ private slots:
     void attachingAnImageUploadsItsConvertedCopy_data();
     void attachingAnImageUploadsItsConvertedCopy();
     void uploadForANewReminderOnlySetsAttachmentModify();
+    void cancellingANewReminderDropsWhatItsUploadStored();
+    void aSoleFailedUploadWaitsInsteadOfRetryingItself();
     void attachingAFileUploadsTheUsersOwnFile();
     void fileTheParserRejectsIsReportedAndCopiesDeleted_data();
     void fileTheParserRejectsIsReportedAndCopiesDeleted();
@@ -771,6 +773,62 @@ void TestReminderEditing::uploadForANewReminderOnlySetsAttachmentModify()
     QCOMPARE(QString::fromStdString(rc.content(0).image().source().file_id()), sourceId);
     QCOMPARE(e.service->uploadAttempts(), attempts);
     QVERIFY2(e.userFilesChanged().isEmpty(), qPrintable(e.userFilesChanged()));
+}
+
+void TestReminderEditing::cancellingANewReminderDropsWhatItsUploadStored()
+{
+    EditFixture e;
+    e.start();
+    e.f.setNow(editTime());
+    const QString photo = e.userImage(QStringLiteral("dog.png"), QColor(200, 120, 10), "PNG");
+    e.f.handler->reminderMessage(QStringLiteral("dlg-7"), 17, 4, textMessage(QStringLiteral("walk the dog")));
+    e.f.handler->addAttachment(photo);
+    QTRY_VERIFY_WITH_TIMEOUT(uploadingIds(e.f.handler).isEmpty(), kWait);
+    e.f.settle();
+    // The upload stored the reminder with its file ids before any save.
+    QCOMPARE(e.f.record(kA).id, kA);
+    QVERIFY(!e.live(kA));
+
+    e.f.handler->cancel();
+    e.f.settle();
+
+    QCOMPARE(e.f.record(kA).id, QString());
+    QVERIFY(!e.live(kA));
+    QVERIFY(!e.f.probe->pendingSync().contains(kA));
+    QCOMPARE(e.f.sent->count(), 0);
+    QVERIFY2(e.userFilesChanged().isEmpty(), qPrintable(e.userFilesChanged()));
+}
+
+void TestReminderEditing::aSoleFailedUploadWaitsInsteadOfRetryingItself()
+{
+    EditFixture e;
+    e.f.storeItem(HandlerFixture::makeItem(kA, at(2031, 6, 2, 14), QStringLiteral("call Bob")));
+    e.start();
+    const QString notes = e.userFile(QStringLiteral("agenda.txt"), QByteArrayLiteral("one\ntwo\n"));
+    e.f.handler->editReminder(kA);
+    e.clearSpies();
+    e.service->failNextUploads(1);
+
+    e.f.handler->addAttachment(notes);
+    const QString sourceId = asFile(e.f.handler->attachmentItem())->sourceFilePtr()->fileId();
+    QTRY_VERIFY_WITH_TIMEOUT(failedIds(e.f.handler).contains(kA), kWait);
+    e.f.settle();
+
+    // Nothing else waits, and the failed one is not started again by its
+    // own failure: it waits for a retry.
+    QCOMPARE(failedIds(e.f.handler), QStringList{kA});
+    QVERIFY(uploadingIds(e.f.handler).isEmpty());
+    QCOMPARE(e.service->uploadAttempts(), 1);
+    QVERIFY(!e.service->contains(sourceId));
+    QVERIFY(e.f.handler->needRetry());
+    QCOMPARE(e.needRetryChanged->count(), 1);
+
+    e.f.handler->retryUpload(kA);
+    QTRY_VERIFY_WITH_TIMEOUT(uploadingIds(e.f.handler).isEmpty(), kWait);
+    QVERIFY(failedIds(e.f.handler).isEmpty());
+    QVERIFY(e.service->contains(sourceId));
+    QCOMPARE(e.service->uploadAttempts(), 2);
+    QVERIFY(!e.f.handler->needRetry());
 }
 
 void TestReminderEditing::attachingAFileUploadsTheUsersOwnFile()

@@ -4,6 +4,8 @@
 #include "relativemessage.h"
 #include "reminderitem.h"
 
+#include "crossthread.h"
+
 #include <QJSEngine>
 #include <QMetaProperty>
 #include <QPointer>
@@ -644,8 +646,7 @@ void TestReminderItem::moveToThreadMovesBodyAndQuote()
     // Back from the item's own thread, so that it can be deleted here.
     QThread* here = QThread::currentThread();
     thread.start();
-    QMetaObject::invokeMethod(item, [item, here] { item->moveToThread(here); },
-                              Qt::BlockingQueuedConnection);
+    CrossThread::postAndWait(item, [item, here] { item->moveToThread(here); });
     thread.quit();
     thread.wait();
     QCOMPARE(body->thread(), here);
