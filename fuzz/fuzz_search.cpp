@@ -6,7 +6,8 @@
 //
 // Checked for every input: the store answers exactly the records whose
 // text contains the keyword, compared case-insensitively as Qt compares
-// (QString::contains), in descending order time, cut at the limit; SQLite
+// (QString::contains, a NUL character counting as U+FFFD as the store
+// documents), in descending order time, cut at the limit; SQLite
 // reports no error; the handler's search list holds exactly those
 // reminders. Keywords that are not well-formed UTF-16 (a lone surrogate)
 // are only checked for not failing, since they have no UTF-8 form to
@@ -34,25 +35,40 @@ namespace {
 // Texts chosen for what the two search paths could disagree on: case
 // folding beyond ASCII, characters outside the basic plane, combining
 // marks, the index's own syntax, and text the index has to split.
-const char* const kTexts[] = {
-    "Buy Milk",
-    "milkshake recipe",
-    "MEETING at noon",
-    "明天开会讨论预算",
-    "rentrée à l'école",
-    "party 🎉🎉🎉 today",
-    "ΣΊΣΥΦΟΣ σίσυφος ς",
-    "Straße STRASSE ẞ",
-    "İstanbul ıi KELVIN K",
-    "e\xcc\x81t\xc3\xa9 cafe\xcc\x81",
-    "say \"hello\" AND NEAR(a b) col:val * ^x -y",
-    "Ꭰ ꭰ Ⴀ ⴀ 𐐀 𐐨 𞤀 𞤢",
-    "ﬀ ﬁ Ǆ ǅ ǆ ꜳ",
-    "",
-    "   ",
-    "100% sure_thing back\\slash",
+// Each text with its length in bytes (one holds NUL characters).
+#define TEXT(literal) { literal, int(sizeof(literal) - 1) }
+const struct
+{
+    const char* bytes;
+    int size;
+} kTexts[] = {
+    TEXT("Buy Milk"),
+    TEXT("milkshake recipe"),
+    TEXT("MEETING at noon"),
+    TEXT("明天开会讨论预算"),
+    TEXT("rentrée à l'école"),
+    TEXT("party 🎉🎉🎉 today"),
+    TEXT("ΣΊΣΥΦΟΣ σίσυφος ς"),
+    TEXT("Straße STRASSE ẞ"),
+    TEXT("İstanbul ıi KELVIN \xe2\x84\xaa"),
+    TEXT("e\xcc\x81t\xc3\xa9 cafe\xcc\x81"),
+    TEXT("say \"hello\" AND NEAR(a b) col:val * ^x -y"),
+    TEXT("Ꭰ ꭰ Ⴀ ⴀ 𐐀 𐐨 𞤀 𞤢"),
+    TEXT("ﬀ ﬁ Ǆ ǅ ǆ ꜳ"),
+    TEXT(""),
+    TEXT("   "),
+    TEXT("100% sure_thing back\\slash"),
+    TEXT("nul\0inside \0\0 text\0"),
 };
+#undef TEXT
 constexpr int kCount = int(sizeof kTexts / sizeof kTexts[0]);
+
+// The store compares a NUL character as U+FFFD (ReminderStorage).
+QString searchableForm(QString text)
+{
+    text.replace(QChar(0), QChar(QChar::ReplacementCharacter));
+    return text;
+}
 
 struct State
 {
@@ -65,7 +81,7 @@ struct State
         storage::ReminderStorage* store = scratch.get()->storage()->reminderStorage();
         for (int i = 0; i < kCount; ++i) {
             ReminderItemPtr item(new ReminderItem(QStringLiteral("s%1").arg(i, 2, 10, QLatin1Char('0'))));
-            item->setText(QString::fromUtf8(kTexts[i]));
+            item->setText(QString::fromUtf8(kTexts[i].bytes, kTexts[i].size));
             item->setOrderTime(1000 + i);
             storage::ReminderInfo info;
             item->serialize(info);
@@ -124,9 +140,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QStringList errors = ImLog::instance()->recentLines();
     FUZZ_CHECK(errors.isEmpty(), errors.join(QLatin1Char('\n')));
 
+    // The records' texts are the store's copies, NUL already replaced.
     QStringList expected;
     for (const storage::ReminderInfo& info : s.records) {
-        if (keyword.isEmpty() || info.text.contains(keyword, Qt::CaseInsensitive))
+        if (keyword.isEmpty() || info.text.contains(searchableForm(keyword), Qt::CaseInsensitive))
             expected << info.id;
     }
     const QStringList all = expected;

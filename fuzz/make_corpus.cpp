@@ -322,11 +322,19 @@ void searchSeeds()
     const char* const keywords[] = {
         "milk", "mi", "M", "会", "开会讨", "σίσυφος", "ΣΊΣ", "strasse", "ẞ", "istanbul", "kelvin",
         "\"hello\" AND", "NEAR(", "🎉🎉", "é", "cafe\xcc\x81", "ꭰ", "𐐨", "%", " ",
+        // Case pairs the trigram index does not fold.
+        "Ꭰ Ⴀ", "𐐀 𞤢",
     };
     int n = 0;
     for (const char* k : keywords) {
         Writer w;
         w.u8(n % 3 == 0 ? 0x02 : 0x00).i32(n % 4 == 0 ? 2 : 0).raw(QByteArray(k));
+        writeSeed(QStringLiteral("fuzz_search"), n++, w.bytes());
+    }
+    // NUL characters, which SQLite reads no text past.
+    {
+        Writer w;
+        w.u8(0x02).i32(0).raw(QByteArray("l\0in", 4));
         writeSeed(QStringLiteral("fuzz_search"), n++, w.bytes());
     }
     // UTF-16, with a lone surrogate.

@@ -73,6 +73,45 @@ QString ftsStringLiteral(const QString& keyword)
 // Trigrams need three characters; shorter keywords are matched by a scan.
 constexpr qsizetype kIndexedKeywordLength = 3;
 
+// Whether the trigram index finds every record the contains function
+// accepts. FTS5 folds case with SQLite's own tables, which know fewer case
+// pairs than Qt (Cherokee, Georgian, Adlam or Osage letters, among others),
+// so a keyword holding a letter with case outside ASCII is matched by the
+// scan, which folds as Qt does. Letters without case (CJK, say), digits,
+// marks, symbols and ASCII use the index.
+bool indexable(const QString& keyword)
+{
+    const QList<uint> characters = keyword.toUcs4();
+    if (characters.size() < kIndexedKeywordLength)
+        return false;
+    for (const uint c : characters) {
+        if (c < 0x80)
+            continue;
+        const char32_t u = c;
+        if (QChar::toCaseFolded(u) != u || QChar::toLower(u) != u || QChar::toUpper(u) != u
+            || QChar::toTitleCase(u) != u)
+            return false;
+        switch (QChar::category(u)) {
+        case QChar::Letter_Uppercase:
+        case QChar::Letter_Lowercase:
+        case QChar::Letter_Titlecase:
+            return false;
+        default:
+            break;
+        }
+    }
+    return true;
+}
+
+// SQLite stops reading a text at a NUL character (FTS5 indexes and matches
+// only what comes before it), so the searchable text is stored, and the
+// keyword looked up, with every NUL written as U+FFFD.
+QString searchableForm(QString text)
+{
+    text.replace(QChar(0), QChar(QChar::ReplacementCharacter));
+    return text;
+}
+
 } // namespace
 
 ReminderStorage::ReminderStorage(Connection* connection)
@@ -98,7 +137,7 @@ static bool saveLocked(Connection* connection, const ReminderInfo& info)
     if (!stmt)
         return false;
     sqlite3_stmt* s = stmt.get();
-    if (!bindText(s, 1, info.id) || !bindText(s, 2, info.text) || !bindBlob(s, 3, info.data)
+    if (!bindText(s, 1, info.id) || !bindText(s, 2, searchableForm(info.text)) || !bindBlob(s, 3, info.data)
         || !bindInt64(s, 4, info.remindTime) || !bindInt64(s, 5, info.orderTime)
         || !bindInt64(s, 6, info.reminded ? 1 : 0) || !bindInt64(s, 7, info.completed ? 1 : 0)
         || !bindInt64(s, 8, info.unread ? 1 : 0) || !bindBlob(s, 9, info.extra)) {
@@ -253,11 +292,12 @@ QList<ReminderInfo> ReminderStorage::infosWithKeyword(const QString& keyword, in
         return readInfos(m_connection, stmt.get(), "infosWithKeyword");
     }
 
-    if (keyword.toUcs4().size() >= kIndexedKeywordLength) {
+    const QString needle = searchableForm(keyword);
+    if (indexable(needle)) {
         StatementScope stmt(m_connection->statement(sql::kInfosWithKeywordIndexed));
         if (!stmt)
             return {};
-        if (!bindText(stmt.get(), 1, ftsStringLiteral(keyword)) || !bindText(stmt.get(), 2, keyword)
+        if (!bindText(stmt.get(), 1, ftsStringLiteral(needle)) || !bindText(stmt.get(), 2, needle)
             || !bindInt64(stmt.get(), 3, sqlLimit)) {
             m_connection->logError("infosWithKeyword (bind)");
             return {};
@@ -268,7 +308,7 @@ QList<ReminderInfo> ReminderStorage::infosWithKeyword(const QString& keyword, in
     StatementScope stmt(m_connection->statement(sql::kInfosWithKeywordScan));
     if (!stmt)
         return {};
-    if (!bindText(stmt.get(), 1, keyword) || !bindInt64(stmt.get(), 2, sqlLimit)) {
+    if (!bindText(stmt.get(), 1, needle) || !bindInt64(stmt.get(), 2, sqlLimit)) {
         m_connection->logError("infosWithKeyword (bind)");
         return {};
     }

@@ -35,7 +35,9 @@ public:
     QList<ReminderInfo> infosWithTimestamp(qint64 timestamp);
     // Records whose searchable text contains `keyword` (case-insensitive,
     // every character literal), in descending order time; `limit` 0 means
-    // no limit. An empty keyword matches every record.
+    // no limit. An empty keyword matches every record. A NUL character, in
+    // the text or the keyword, counts as U+FFFD: SQLite cannot compare text
+    // past a NUL, so the stored copy of the text holds U+FFFD instead.
     QList<ReminderInfo> infosWithKeyword(const QString& keyword, int limit = 0);
     // A single record; `found` tells whether it exists.
     ReminderInfo info(const QString& remindId, bool* found = nullptr);

@@ -100,8 +100,10 @@ constexpr const char kInfosWithKeywordIndexed[] =
     " AND storage_contains(text, ?2)"
     " ORDER BY order_time DESC, id LIMIT ?3";
 
-// Keywords of one or two characters are too short for trigrams: every row
-// is tested with the contains function.
+// Keywords of one or two characters are too short for trigrams, and the
+// index's case folding does not know every pair Qt's does (keywords with a
+// cased letter outside ASCII): every row is tested with the contains
+// function.
 constexpr const char kInfosWithKeywordScan[] =
     "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder"
     " WHERE storage_contains(text, ?1)"

@@ -48,6 +48,10 @@ private slots:
     void keywordSyntaxIsLiteral_data();
     void keywordSyntaxIsLiteral();
     void keywordEmptyMatchesAll();
+    void keywordWithNulCharacterIsMatchedLiterally_data();
+    void keywordWithNulCharacterIsMatchedLiterally();
+    void keywordCaseFoldsAsQtDoesBeyondTheIndex_data();
+    void keywordCaseFoldsAsQtDoesBeyondTheIndex();
     void keywordLimit_data();
     void keywordLimit();
     void allInfosOrder();
@@ -499,6 +503,107 @@ void TestReminderStorage::keywordEmptyMatchesAll()
     QCOMPARE(idsOf(store()->infosWithKeyword(QString())), (QStringList { "b", "c", "a" }));
     QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral(""))), (QStringList { "b", "c", "a" }));
     QCOMPARE(idsOf(store()->infosWithKeyword(QString(), 2)), (QStringList { "b", "c" }));
+}
+
+void TestReminderStorage::keywordWithNulCharacterIsMatchedLiterally_data()
+{
+    QTest::addColumn<QString>("keyword");
+    QTest::addColumn<QStringList>("expected");
+
+    const QChar nul(0);
+    QTest::newRow("nul alone") << QString(nul) << QStringList { "n2", "n1" };
+    QTest::newRow("nul inside three characters") << (QStringLiteral("b") + nul + QStringLiteral("c"))
+                                                 << QStringList { "n1" };
+    QTest::newRow("nul inside, other case") << (QStringLiteral("B") + nul + QStringLiteral("CD"))
+                                            << QStringList { "n1" };
+    QTest::newRow("nul first") << (nul + QStringLiteral("xyz")) << QStringList { "n2" };
+    QTest::newRow("nul, absent") << (QStringLiteral("a") + nul + QStringLiteral("z")) << QStringList {};
+    QTest::newRow("text after a nul") << QStringLiteral("cdef") << QStringList { "n1" };
+}
+
+void TestReminderStorage::keywordWithNulCharacterIsMatchedLiterally()
+{
+    QFETCH(QString, keyword);
+    QFETCH(QStringList, expected);
+
+    // Text from a server message may hold NUL characters, which SQLite
+    // neither indexes nor compares past.
+    const QChar nul(0);
+    const QList<ReminderInfo> corpus {
+        makeInfo("n1", QStringLiteral("ab") + nul + QStringLiteral("cdef"), 1),
+        makeInfo("n2", QStringLiteral("w") + nul + QStringLiteral("xyz"), 2),
+        makeInfo("n3", QStringLiteral("plain words"), 3),
+    };
+    QVERIFY(store()->saveAll(corpus));
+
+    QStringList oracle;
+    for (auto it = corpus.crbegin(); it != corpus.crend(); ++it) {
+        if (it->text.contains(keyword, Qt::CaseInsensitive))
+            oracle << it->id;
+    }
+    QCOMPARE(expected, oracle);
+
+    QCOMPARE(idsOf(store()->infosWithKeyword(keyword)), expected);
+    QCOMPARE(idsOf(store()->infosWithKeyword(keyword, 1)), expected.mid(0, 1));
+    const QStringList errors = storagetest::storageLogLines();
+    QVERIFY2(errors.isEmpty(), qPrintable(errors.join('\n')));
+
+    // The stored copy of the text holds U+FFFD for each NUL, so that
+    // character finds them too; the record's data is untouched.
+    QCOMPARE(idsOf(store()->infosWithKeyword(QString(QChar(QChar::ReplacementCharacter)))),
+             (QStringList { "n2", "n1" }));
+    bool found = false;
+    const ReminderInfo stored = store()->info(QStringLiteral("n1"), &found);
+    QVERIFY(found);
+    QCOMPARE(stored.data, corpus.first().data);
+    QCOMPARE(stored.text, QStringLiteral("ab\uFFFDcdef"));
+}
+
+void TestReminderStorage::keywordCaseFoldsAsQtDoesBeyondTheIndex_data()
+{
+    QTest::addColumn<QString>("keyword");
+    QTest::addColumn<QStringList>("expected");
+
+    // Case pairs that SQLite's own folding (used by the trigram index) does
+    // not know, in keywords of three or more characters.
+    QTest::newRow("Cherokee, other case") << QStringLiteral("ꭰꭱꭲ") << QStringList { "u1" };
+    QTest::newRow("Cherokee, mixed case") << QStringLiteral("ꭱᎢ Ⴀ") << QStringList { "u1" };
+    QTest::newRow("Georgian, other case") << QStringLiteral("ᲐᲑᲒ") << QStringList { "u2" };
+    QTest::newRow("Adlam, other case") << QStringLiteral("𞤢𞤣𞤤") << QStringList { "u3" };
+    QTest::newRow("Osage, other case") << QStringLiteral("𐓘𐓙𐓚") << QStringList { "u3" };
+    QTest::newRow("Deseret, other case") << QStringLiteral("𐐨𐐩𐐪") << QStringList { "u3" };
+    // Pairs both foldings know, through either path.
+    QTest::newRow("Greek") << QStringLiteral("σίσυφος") << QStringList { "u4" };
+    QTest::newRow("Cyrillic") << QStringLiteral("ПРИВЕТ") << QStringList { "u4" };
+    QTest::newRow("ASCII for the Kelvin sign") << QStringLiteral("5 k") << QStringList { "u5" };
+    QTest::newRow("ASCII for the long s") << QStringLiteral("a street") << QStringList { "u5" };
+    QTest::newRow("caseless letters") << QStringLiteral("开会讨") << QStringList { "u5" };
+    QTest::newRow("absent") << QStringLiteral("ꭰꭰꭰ") << QStringList {};
+}
+
+void TestReminderStorage::keywordCaseFoldsAsQtDoesBeyondTheIndex()
+{
+    QFETCH(QString, keyword);
+    QFETCH(QStringList, expected);
+
+    const QList<ReminderInfo> corpus {
+        makeInfo("u1", QStringLiteral("ᎠᎡᎢ Ⴀ"), 1),
+        makeInfo("u2", QStringLiteral("აბგ"), 2),
+        makeInfo("u3", QStringLiteral("𞤀𞤁𞤂 𐒰𐒱𐒲 𐐀𐐁𐐂"), 3),
+        makeInfo("u4", QStringLiteral("ΣΊΣΥΦΟΣ привет"), 4),
+        makeInfo("u5", QStringLiteral("5 \u212A, a ſtreet, 开会讨论"), 5),
+    };
+    QVERIFY(store()->saveAll(corpus));
+
+    QStringList oracle;
+    for (auto it = corpus.crbegin(); it != corpus.crend(); ++it) {
+        if (it->text.contains(keyword, Qt::CaseInsensitive))
+            oracle << it->id;
+    }
+    QCOMPARE(expected, oracle);
+
+    QCOMPARE(idsOf(store()->infosWithKeyword(keyword)), expected);
+    QVERIFY(storagetest::storageLogLines().isEmpty());
 }
 
 void TestReminderStorage::keywordLimit_data()
