@@ -40,12 +40,17 @@
 #include <QPointer>
 #include <QThread>
 
+#include <limits>
+
 namespace {
 
 // The host's message type of a reminder notification.
 constexpr int kReminderMessageType = 2005;
 // Scene code of contents shown inside a reminder.
 constexpr int kReminderScene = 8;
+// The highest stored remind sequence that loading takes: new ids count on
+// from it one by one, which can never reach the end of the range.
+constexpr qint64 kLastTakenRemindSequence = std::numeric_limits<qint64>::max() / 2;
 
 bool onMainThread()
 {
@@ -825,6 +830,11 @@ void ReminderHandler::syncFinished(const QString& remindId, const QByteArray& da
 
 void ReminderHandler::listAndNotif(const QString& remindId, const QByteArray& data)
 {
+    if (remindId.isEmpty()) {
+        // Not a reminder's id: it could be listed but never loaded again.
+        ImLog::instance()->error(QStringLiteral("Reminder listing without an id ignored"));
+        return;
+    }
     if (data.isEmpty()) {
         m_pendingSync.remove(remindId);
         removeAsDeletedOnServer(remindId);
@@ -956,8 +966,10 @@ void ReminderHandler::updateLastRemindId(const QString& remindId)
     if (!m_account || !remindId.startsWith(QString::number(m_account->deviceId())))
         return;
     const int separator = remindId.lastIndexOf(QLatin1Char('_'));
-    const int sequence = remindId.mid(separator + 1).toInt();
-    if (sequence > m_lastRemindId)
+    const qint64 sequence = remindId.mid(separator + 1).toLongLong();
+    // A stored sequence near the top of the range (from a damaged record or
+    // a server's listing) is not taken: counting on from it could run out.
+    if (sequence > m_lastRemindId && sequence <= kLastTakenRemindSequence)
         m_lastRemindId = sequence;
 }
 
@@ -977,14 +989,14 @@ bool ReminderHandler::needUpload(const QSharedPointer<ContentItem>& content) con
 
 // ---------------------------------------------------------------- editing
 
-int ReminderHandler::getNewRemindId()
+qint64 ReminderHandler::getNewRemindId()
 {
     return ++m_lastRemindId;
 }
 
 QString ReminderHandler::makeRemindId()
 {
-    const int sequence = getNewRemindId();
+    const qint64 sequence = getNewRemindId();
     return QStringLiteral("%1_%2").arg(m_account->deviceId()).arg(sequence);
 }
 

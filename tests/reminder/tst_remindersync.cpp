@@ -181,6 +181,7 @@ private slots:
     // listing
     void listedEmptyDataDeletesTheRecordAndTheListEntry();
     void listedUnknownIdCreatesTheReminderFromTheServersMessage();
+    void listingWithoutAnIdIsIgnored();
     void listedReminderWithUnsentChangesIsMerged();
     void listedReminderWithoutUnsentChangesTakesTheServersStateWhole();
 
@@ -609,6 +610,34 @@ void TestReminderSync::listedUnknownIdCreatesTheReminderFromTheServersMessage()
     QCOMPARE(f.sent->count(), 0);
 }
 
+void TestReminderSync::listingWithoutAnIdIsIgnored()
+{
+    HandlerFixture f;
+    f.storeItem(HandlerFixture::makeItem(kA, later()));
+    start(f, false);
+    ImLog::instance()->clearRecentLines();
+
+    ServerState s = sameSeries(noon() - 5 * kMinute);
+    s.text = QStringLiteral("no id");
+    f.handler->listAndNotif(QString(), serverBytes(f.account.get(), QString(), s));
+    f.settle();
+
+    // Listed and stored, it could never be loaded again: it is neither.
+    QCOMPARE(f.handler->reminderModel()->count(), 1);
+    QVERIFY(f.handler->reminderModel()->itemById(kA));
+    QCOMPARE(f.store()->count(), 1);
+    QVERIFY(ImLog::instance()->recentLines().contains(QStringLiteral("Reminder listing without an id ignored")));
+
+    // Loading again shows the same list.
+    f.handler->prepareToClearData(false);
+    f.handler->clearData(false);
+    f.handler->loadLocalData(false);
+    f.settle();
+    QCOMPARE(f.handler->reminderModel()->count(), 1);
+    finishList(f);
+    QCOMPARE(f.sent->count(), 0);
+}
+
 void TestReminderSync::listedReminderWithUnsentChangesIsMerged()
 {
     HandlerFixture f;
@@ -682,23 +711,36 @@ void TestReminderSync::storedIdsSetTheSequenceOfNewIds_data()
 {
     QTest::addColumn<qint64>("device");
     QTest::addColumn<QStringList>("storedIds");
-    QTest::addColumn<int>("sequence");
+    QTest::addColumn<qint64>("sequence");
     QTest::addColumn<QString>("nextId");
     QTest::newRow("device 1, ids 12_40 and 1_7")
-        << qint64(1) << QStringList { QStringLiteral("12_40"), QStringLiteral("1_7") } << 40 << QStringLiteral("1_41");
+        << qint64(1) << QStringList { QStringLiteral("12_40"), QStringLiteral("1_7") } << qint64(40)
+        << QStringLiteral("1_41");
     QTest::newRow("id without separator")
-        << qint64(5) << QStringList { QStringLiteral("5") } << 5 << QStringLiteral("5_6");
+        << qint64(5) << QStringList { QStringLiteral("5") } << qint64(5) << QStringLiteral("5_6");
     QTest::newRow("non-numeric id without separator")
-        << qint64(5) << QStringList { QStringLiteral("5x") } << 0 << QStringLiteral("5_1");
+        << qint64(5) << QStringList { QStringLiteral("5x") } << qint64(0) << QStringLiteral("5_1");
     QTest::newRow("another device's id")
-        << qint64(5) << QStringList { QStringLiteral("8_30") } << 0 << QStringLiteral("5_1");
+        << qint64(5) << QStringList { QStringLiteral("8_30") } << qint64(0) << QStringLiteral("5_1");
+    // Sequences at the end of a 32-bit number go on counting.
+    QTest::newRow("largest 32-bit sequence")
+        << qint64(7) << QStringList { QStringLiteral("7_2147483647") } << qint64(2147483647)
+        << QStringLiteral("7_2147483648");
+    QTest::newRow("sequence beyond 32 bits")
+        << qint64(7) << QStringList { QStringLiteral("7_5000000000"), QStringLiteral("7_3") }
+        << qint64(5000000000) << QStringLiteral("7_5000000001");
+    // One near the end of the range is not taken: counting on from it
+    // could run out.
+    QTest::newRow("largest sequence")
+        << qint64(7) << QStringList { QStringLiteral("7_9223372036854775807"), QStringLiteral("7_3") }
+        << qint64(3) << QStringLiteral("7_4");
 }
 
 void TestReminderSync::storedIdsSetTheSequenceOfNewIds()
 {
     QFETCH(qint64, device);
     QFETCH(QStringList, storedIds);
-    QFETCH(int, sequence);
+    QFETCH(qint64, sequence);
     QFETCH(QString, nextId);
 
     HandlerFixture f(1001, device);
