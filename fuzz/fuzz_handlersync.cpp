@@ -2,7 +2,8 @@
 // and listings with arbitrary ids, bytes and codes, mixed with the user's
 // actions that leave unsent changes for the answers to meet.
 //
-// One handler serves the whole run. Each input is a short script of
+// One handler serves many inputs (a new one, on a new account, every 8192).
+// Each input is a short script of
 // operations (at most 24); after every operation the storage worker is let
 // finish and the work it posted back is delivered, as the event loop would.
 // Every 256 inputs, or when the list has grown past 48 reminders, the
@@ -26,7 +27,8 @@
 //   9 clock moves    i32 seconds
 //  10 reload         -  (clear as the host does, load the store again)
 //  11 notification   id, u8 (which answer: finish, close, tomorrow, cancel)
-// An id is a u8: below 240 one of a few fixed ids, else a blob of its own.
+// An id is a u8: below 240 one of a few fixed ids (readId), else a blob of
+// its own.
 #include "fuzzinput.h"
 #include "fuzzsupport.h"
 
@@ -45,6 +47,9 @@ namespace {
 constexpr int kMaxOperations = 24;
 constexpr int kClearEvery = 256;
 constexpr int kMaxListed = 48;
+// The account (which keeps every dialog and user it was asked about) and
+// the handler are made anew this often.
+constexpr int kRenewEvery = 8192;
 
 struct State
 {
@@ -62,17 +67,29 @@ struct State
     storage::ReminderStorage* store() const { return scratch.get()->storage()->reminderStorage(); }
 };
 
+State*& statePointer()
+{
+    static State* s = nullptr;
+    return s;
+}
+
 State& state()
 {
-    static State* s = new State();
-    return *s;
+    if (!statePointer())
+        statePointer() = new State();
+    return *statePointer();
 }
 
 QString readId(fuzzinput::Reader& in)
 {
+    // Ids of this device (7) and others, and ids at the edges of what a
+    // remind id can be: none at all, sequences at the end of 32 and 64 bits,
+    // a negative and a non-numeric one.
     static const QString fixed[] = {
         QStringLiteral("7_1"), QStringLiteral("7_2"), QStringLiteral("7_3"), QStringLiteral("7_41"),
         QStringLiteral("12_40"), QStringLiteral("1_7"), QStringLiteral("7"), QStringLiteral("r1"),
+        QString(), QStringLiteral("7_2147483647"), QStringLiteral("7_9223372036854775807"),
+        QStringLiteral("7_-5"), QStringLiteral("7_x"),
     };
     const quint8 pick = in.u8();
     if (pick < 240)
@@ -100,6 +117,15 @@ QByteArray readMessage(fuzzinput::Reader& in)
     return QByteArray::fromStdString(msg.SerializeAsString());
 }
 
+QString listOf(const QSet<QString>& ids)
+{
+    QStringList quoted;
+    for (const QString& id : ids)
+        quoted << QLatin1Char('"') + id + QLatin1Char('"');
+    quoted.sort();
+    return quoted.join(QLatin1Char(','));
+}
+
 QSet<QString> storedIds()
 {
     QSet<QString> ids;
@@ -119,9 +145,7 @@ void checkConsistent()
     const QSet<QString> inList(listed.cbegin(), listed.cend());
     const QSet<QString> inStore = storedIds();
     FUZZ_CHECK(inList == inStore,
-               QStringLiteral("list {%1} and store {%2} differ")
-                   .arg(QStringList(inList.values()).join(QLatin1Char(',')),
-                        QStringList(inStore.values()).join(QLatin1Char(','))));
+               QStringLiteral("list {%1} and store {%2} differ").arg(listOf(inList), listOf(inStore)));
 }
 
 // As the host clears an account's data, then the store emptied.
@@ -136,7 +160,6 @@ void clearAll()
         ids << info.id;
     s.store()->remove(ids);
     s.scratch.get()->sharedPreference()->restartList();
-    network::NetworkSubject::instance()->setFixedTime(fuzzsupport::baseTime());
     s.handler->loadLocalData(false);
     fuzzsupport::settle();
 }
@@ -152,11 +175,18 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    if (statePointer() && statePointer()->runs >= kRenewEvery) {
+        fuzzsupport::settle();
+        delete statePointer(); // the account goes, and the handler with it
+        statePointer() = nullptr;
+    }
     State& s = state();
     ReminderHandler* h = s.handler;
     AccountBase* account = s.scratch.get();
     network::NetworkSubject* clock = network::NetworkSubject::instance();
 
+    // Every input starts at the same time; operation 9 moves it.
+    clock->setFixedTime(fuzzsupport::baseTime());
     if (++s.runs % kClearEvery == 0 || h->reminderModel()->count() > kMaxListed)
         clearAll();
 

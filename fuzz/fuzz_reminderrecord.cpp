@@ -27,10 +27,15 @@
 
 namespace {
 
+fuzzsupport::RenewedAccount& accounts()
+{
+    static fuzzsupport::RenewedAccount* holder = new fuzzsupport::RenewedAccount(20000);
+    return *holder;
+}
+
 AccountBase* account()
 {
-    static fuzzsupport::ScratchAccount* scratch = new fuzzsupport::ScratchAccount();
-    return scratch->get();
+    return accounts().get();
 }
 
 QString describe(const storage::ReminderInfo& a, const storage::ReminderInfo& b)
@@ -62,6 +67,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    accounts().nextInput();
     fuzzinput::Reader in(data, size);
     const quint8 flags = in.u8();
     storage::ReminderInfo info;

@@ -31,10 +31,15 @@
 
 namespace {
 
+fuzzsupport::RenewedAccount& accounts()
+{
+    static fuzzsupport::RenewedAccount* holder = new fuzzsupport::RenewedAccount(20000);
+    return *holder;
+}
+
 AccountBase* account()
 {
-    static fuzzsupport::ScratchAccount* scratch = new fuzzsupport::ScratchAccount();
-    return scratch->get();
+    return accounts().get();
 }
 
 QSharedPointer<ContentItem> textBody(const QString& text)
@@ -113,6 +118,7 @@ extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
+    accounts().nextInput();
     fuzzinput::Reader in(data, size);
     const quint8 mode = in.u8();
     const qint64 now = fuzzsupport::baseTime() + qint64(in.i32()) * 1000;

@@ -116,6 +116,34 @@ struct ScratchAccount
     std::unique_ptr<AccountBase> account;
 };
 
+// The account a stateless target uses, made anew every `every` inputs: the
+// account keeps every dialog and user it was asked about (from quotes and
+// cards in the input), which would otherwise grow for the whole run.
+class RenewedAccount
+{
+public:
+    explicit RenewedAccount(int every) : m_every(every) { }
+
+    AccountBase* get()
+    {
+        if (!m_scratch)
+            m_scratch.reset(new ScratchAccount());
+        return m_scratch->get();
+    }
+
+    // Call once per input, before get().
+    void nextInput()
+    {
+        if (++m_inputs % m_every == 0)
+            m_scratch.reset();
+    }
+
+private:
+    const int m_every;
+    int m_inputs = 0;
+    std::unique_ptr<ScratchAccount> m_scratch;
+};
+
 // Lets the storage worker finish, then delivers what it posted back.
 inline void settle(int rounds = 2)
 {
