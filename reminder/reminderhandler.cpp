@@ -49,8 +49,8 @@ constexpr int kReminderMessageType = 2005;
 // Scene code of contents shown inside a reminder.
 constexpr int kReminderScene = 8;
 // The highest stored remind sequence that loading takes: new ids count on
-// from it one by one, which can never reach the end of the range.
-constexpr qint64 kLastTakenRemindSequence = std::numeric_limits<qint64>::max() / 2;
+// from it one by one, and half of the range is more than a device makes.
+constexpr int kLastTakenRemindSequence = std::numeric_limits<int>::max() / 2;
 
 bool onMainThread()
 {
@@ -966,7 +966,7 @@ void ReminderHandler::updateLastRemindId(const QString& remindId)
     if (!m_account || !remindId.startsWith(QString::number(m_account->deviceId())))
         return;
     const int separator = remindId.lastIndexOf(QLatin1Char('_'));
-    const qint64 sequence = remindId.mid(separator + 1).toLongLong();
+    const int sequence = remindId.mid(separator + 1).toInt();
     // A stored sequence near the top of the range (from a damaged record or
     // a server's listing) is not taken: counting on from it could run out.
     if (sequence > m_lastRemindId && sequence <= kLastTakenRemindSequence)
@@ -989,14 +989,14 @@ bool ReminderHandler::needUpload(const QSharedPointer<ContentItem>& content) con
 
 // ---------------------------------------------------------------- editing
 
-qint64 ReminderHandler::getNewRemindId()
+int ReminderHandler::getNewRemindId()
 {
     return ++m_lastRemindId;
 }
 
 QString ReminderHandler::makeRemindId()
 {
-    const qint64 sequence = getNewRemindId();
+    const int sequence = getNewRemindId();
     return QStringLiteral("%1_%2").arg(m_account->deviceId()).arg(sequence);
 }
 

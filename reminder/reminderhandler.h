@@ -181,7 +181,7 @@ private:
     // Editing, attachments and uploads.
     void clearStatus();
     QString makeRemindId();
-    qint64 getNewRemindId();
+    int getNewRemindId();
     bool needUpload(const QSharedPointer<ContentItem>& content) const;
     void deleteAttachment();
     bool uploadFile(ReminderItemPtr item);
@@ -214,7 +214,7 @@ private:
     QString m_content;
     QString m_editRemindId;
     qint64 m_nearestTimestamp = 0;
-    qint64 m_lastRemindId = 0;
+    int m_lastRemindId = 0;
     int m_uncompleteOverdueCount = 0;
     int m_selectCompletedCount = 0;
     bool m_editExisting = false;

@@ -50,7 +50,7 @@ public:
     void deleteReminder(const QString& id) { h->deleteReminder(id); }
     qint64 nearest() const { return h->m_nearestTimestamp; }
     void setNearest(qint64 t) { h->m_nearestTimestamp = t; }
-    qint64 lastRemindId() const { return h->m_lastRemindId; }
+    int lastRemindId() const { return h->m_lastRemindId; }
     const QSet<QString>& pendingSync() const { return h->m_pendingSync; }
     const QSet<QString>& notifiedIds() const { return h->m_notifiedIds; }
     QSet<QString>& notifiedIdsRef() { return h->m_notifiedIds; }
