@@ -18,6 +18,8 @@
 #include <QMessageLogger>
 #include <QThread>
 
+#include <limits>
+
 namespace {
 
 // Scene code of contents shown inside a reminder.
@@ -683,6 +685,27 @@ qint32 wrappingProduct(qint32 a, qint32 b)
     return qint32(quint32(a) * quint32(b));
 }
 
+// A sum of times that stops at the ends of the range: the times of a record
+// or a server's message can be anything.
+qint64 saturatingSum(qint64 a, qint64 b)
+{
+    qint64 sum;
+    if (qAddOverflow(a, b, &sum))
+        return b > 0 ? std::numeric_limits<qint64>::max() : std::numeric_limits<qint64>::min();
+    return sum;
+}
+
+// The first of t, t + step, t + 2 step, ... after `current` (t <= current,
+// step > 0), without the overflow that counting the steps could meet on
+// the way: with gap = current - t = q x step + r it is current - r + step.
+qint64 firstStepAfter(qint64 t, qint64 current, qint64 step)
+{
+    // Both lie in the range, so their distance fits in 64 unsigned bits.
+    const quint64 gap = quint64(current) - quint64(t);
+    const qint64 rest = qint64(gap % quint64(step));
+    return saturatingSum(current, step - rest);
+}
+
 } // namespace
 
 qint64 ReminderItem::snoozeStep(int minutes)
@@ -714,7 +737,7 @@ qint64 ReminderItem::nextRemindTimeFromShow() const
     const qint64 show = showRemindTime();
     if (m_interval <= 0 || show <= 0)
         return m_remindTime;
-    return occurrence(local(show), local(qMax(now(), show + 1000)), m_remindTime);
+    return occurrence(local(show), local(qMax(now(), saturatingSum(show, 1000))), m_remindTime);
 }
 
 ReminderItem::SeriesEnd ReminderItem::endOnDay(const QDate& day, const QTime& time)
@@ -818,7 +841,7 @@ void ReminderItem::advanceRemindTime(bool fromShow, bool updateShow)
         t = m_remindTime;
         const qint64 show = showRemindTime();
         if (show > 0)
-            t = occurrence(local(show), local(qMax(now(), show + 1000)), t);
+            t = occurrence(local(show), local(qMax(now(), saturatingSum(show, 1000))), t);
     } else {
         t = nextRemindTime();
     }
@@ -849,7 +872,7 @@ bool ReminderItem::stepSnooze()
 
     const qint64 step = snoozeStep(snooze());
     qint64 t = qMax(validTime(), m_remindTime);
-    const qint64 limit = qMax(validTime(), showRemindTime()) + 5 * step;
+    const qint64 limit = saturatingSum(qMax(validTime(), showRemindTime()), 5 * step);
     const qint64 current = now();
     if (t <= current) {
         // A period that wrapped to zero or below never reaches the present:
@@ -859,7 +882,7 @@ bool ReminderItem::stepSnooze()
             return false;
         }
         // The steps the loop would take, at once.
-        t += ((current - t) / step + 1) * step;
+        t = firstStepAfter(t, current, step);
     }
     setRemindTime(t);
     return t <= limit;
@@ -879,7 +902,7 @@ void ReminderItem::refreshSnooze()
     if (t <= current) {
         if (step <= 0)
             return;
-        t += ((current - t) / step + 1) * step;
+        t = firstStepAfter(t, current, step);
     }
     setRemindTime(t);
 }

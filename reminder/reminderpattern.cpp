@@ -12,12 +12,20 @@
 namespace {
 
 // The moment of `date` at `time`, local. A time the clocks skip on that day
-// is pushed forward by the gap, as QDateTime::addDays does.
+// is pushed forward by the gap, as QDateTime::addDays does. A date beyond
+// what local time reaches (some 292 million years out) has no moment: the
+// result is invalid.
 QDateTime atTime(const QDate& date, const QTime& time)
 {
     QDateTime moment(date, time);
-    if (!moment.isValid() && date.isValid())
-        moment = QDateTime::fromMSecsSinceEpoch(moment.toMSecsSinceEpoch());
+    if (!moment.isValid() && date.isValid()) {
+        // Past a gap the moment lands on the same day or the next; an
+        // invalid moment of a date out of range reads as some other instant
+        // (the epoch), which is not taken.
+        const QDateTime pushed = QDateTime::fromMSecsSinceEpoch(moment.toMSecsSinceEpoch());
+        if (pushed.isValid() && qAbs(date.daysTo(pushed.date())) <= 1)
+            moment = pushed;
+    }
     return moment;
 }
 
@@ -41,8 +49,15 @@ qint64 nextDayOccurrence(const QDateTime& anchor, const QDateTime& from, int int
     // The remainder keeps the sign of -k: a day after the anchor moves back
     // to the last phased day.
     day = day.addDays((-k) % interval);
-    while (day.isValid() && atTime(day, time) < from)
+    while (day.isValid()) {
+        const QDateTime moment = atTime(day, time);
+        // Walking on could not reach a moment again: no occurrence.
+        if (!moment.isValid())
+            return 0;
+        if (!(moment < from))
+            break;
         day = day.addDays(interval);
+    }
     return msecs(day, time);
 }
 
@@ -74,7 +89,10 @@ qint64 nextWeekOccurrence(const QDateTime& anchor, const QDateTime& from, int in
                 step += 7;
             day = day.addDays(step);
             previous = d;
-            if (from < atTime(day, time))
+            const QDateTime moment = atTime(day, time);
+            if (!moment.isValid())
+                return 0;
+            if (from < moment)
                 return msecs(day, time);
         }
         monday = monday.addDays(period);
@@ -124,7 +142,10 @@ qint64 nextMonthOccurrence(const QDateTime& anchor, const QDateTime& from, int i
                     o -= 7;
                 day = last.addDays(-o);
             }
-            if (from < atTime(day, time))
+            const QDateTime moment = atTime(day, time);
+            if (!moment.isValid())
+                return 0;
+            if (from < moment)
                 return msecs(day, time);
             d = d.addMonths(interval);
         }
@@ -139,7 +160,10 @@ qint64 nextMonthOccurrence(const QDateTime& anchor, const QDateTime& from, int i
         const int target = dayOfMonth < 0 ? qMax(1, length - n + 1) : qMin(n, length);
         if (d.day() != target)
             d = QDate(d.year(), d.month(), target);
-        if (from < atTime(d, time))
+        const QDateTime moment = atTime(d, time);
+        if (!moment.isValid())
+            return 0;
+        if (from < moment)
             break;
         d = d.addMonths(interval);
     }

@@ -3,8 +3,11 @@
 #include "modelbaseutil.h"
 #include "reminderpattern.h"
 
+#include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QTest>
+
+#include <limits>
 
 namespace {
 
@@ -155,6 +158,7 @@ private slots:
     void monthlyEveryThreeMonthsKeepsAnchorsPhase();
     void intervalBelowOneHasNoOccurrence();
     void farAnchorIsAnsweredAtOnce();
+    void occurrenceBeyondTheEndOfLocalTimeIsNone();
     void resultKeepsAnchorsTimeOfDay();
     void anchorTimeSkippedByClockChangeIsPushedForward();
     void anchorTimeRepeatedByClockChangeKeepsWallClockTime();
@@ -346,6 +350,29 @@ void TestReminderCalendar::farAnchorIsAnsweredAtOnce()
     QCOMPARE(local(nextDayOccurrence(at(1990, 1, 1, 6), at(2040, 1, 1, 7), 1)), at(2040, 1, 2, 6));
     QCOMPARE(local(nextWeekOccurrence(at(1990, 1, 1, 6), at(2040, 1, 1, 7), 1, flags({1}))).date().dayOfWeek(), 1);
     QCOMPARE(local(nextMonthOccurrence(at(1990, 1, 1, 6), at(2040, 1, 1, 7), 1, 1, 0, 0)), at(2040, 2, 1, 6));
+}
+
+void TestReminderCalendar::occurrenceBeyondTheEndOfLocalTimeIsNone()
+{
+    // A day before the last instant local time reaches (in every zone), and
+    // series whose next occurrence lies a week or more later, beyond the
+    // range, where no date has a moment. Each rule answers "none" at once
+    // instead of walking on through the dates QDate still has.
+    const qint64 last = std::numeric_limits<qint64>::max() - 86400000LL;
+    const QDateTime from = local(last);
+    const QDateTime anchor = local(last - 60 * 86400000LL - 3600000LL);
+    QVERIFY(from.isValid() && anchor.isValid());
+    QCOMPARE(anchor.time().addSecs(3600), from.time());
+    const int weekday = from.date().dayOfWeek();
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(nextDayOccurrence(anchor, from, 30), 0);
+    QCOMPARE(nextWeekOccurrence(anchor, from, 1, flags({weekday})), 0);
+    QCOMPARE(nextMonthOccurrence(anchor, from, 1, from.date().day(), 0, 0), 0);
+    QCOMPARE(nextMonthOccurrence(anchor, from, 1, -1, 0, 0), 0);
+    QCOMPARE(nextMonthOccurrence(anchor, from, 1, 0, -1, flags({weekday})), 0);
+    QCOMPARE(nextMonthOccurrence(anchor, from, 1, 0, 2, flags({2})), 0);
+    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
 }
 
 void TestReminderCalendar::resultKeepsAnchorsTimeOfDay()

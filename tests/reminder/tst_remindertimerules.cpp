@@ -9,6 +9,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <limits>
+
 namespace {
 
 QDateTime at(int y, int m, int d, int h, int min = 0)
@@ -126,6 +128,9 @@ private slots:
     void stepSnoozeWithoutSnoozeMarksOneOffReminded();
     void snoozeStepWrapsAbove35791Minutes();
     void snoozePeriodThatWrapsToNothingEndsTheCycle();
+    void snoozeFromTheStartOfTheRangeLandsOnItsStepsAfterNow();
+    void snoozeCycleNearTheEndOfTheRangeGoesOn();
+    void nextTimeFromShowAtTheEndOfTheRangeIsNone();
 
     void refreshSnoozeLeavesRemindedOrFutureReminders();
     void refreshSnoozeBringsSnoozedReminderToPresent();
@@ -491,6 +496,54 @@ void TestReminderTimeRules::snoozePeriodThatWrapsToNothingEndsTheCycle()
             QVERIFY(item->remindTime() > start);
         }
     }
+}
+
+void TestReminderTimeRules::snoozeFromTheStartOfTheRangeLandsOnItsStepsAfterNow()
+{
+    // Times as a damaged record or a foreign message can hold them: the
+    // steps from there to now do not fit in a 64-bit difference.
+    const qint64 first = std::numeric_limits<qint64>::min() + 5;
+    const qint64 now = ms(2031, 6, 2, 12);
+    const qint64 step = 10 * 60000;
+    setNow(now);
+    const auto onItsSteps = [first, step](qint64 t) { return (quint64(t) - quint64(first)) % quint64(step) == 0; };
+
+    ReminderItemPtr refreshed = series(first, 0, 0);
+    refreshed->setSnooze(10);
+    refreshed->setValidTime(first);
+    refreshed->refreshSnooze();
+    QVERIFY(refreshed->remindTime() > now);
+    QVERIFY(refreshed->remindTime() <= now + step);
+    QVERIFY(onItsSteps(refreshed->remindTime()));
+
+    ReminderItemPtr stepped = series(first, 0, 0);
+    stepped->setSnooze(10);
+    stepped->setValidTime(first);
+    // Far more than five steps after the cycle began: it is used up.
+    QVERIFY(!stepped->stepSnooze());
+    QCOMPARE(stepped->remindTime(), refreshed->remindTime());
+}
+
+void TestReminderTimeRules::snoozeCycleNearTheEndOfTheRangeGoesOn()
+{
+    // Five steps after a start this late lie past the end of the range; the
+    // cycle's limit stops there, and a time before it goes on.
+    const qint64 late = std::numeric_limits<qint64>::max() - 10;
+    setNow(ms(2031, 6, 2, 12));
+    ReminderItemPtr item = series(late, 0, 0);
+    item->setSnooze(10);
+    QVERIFY(item->stepSnooze());
+    QCOMPARE(item->remindTime(), late);
+}
+
+void TestReminderTimeRules::nextTimeFromShowAtTheEndOfTheRangeIsNone()
+{
+    // A second after the shown time lies past the end of the range: the
+    // next day's occurrence has no moment.
+    const qint64 late = std::numeric_limits<qint64>::max() - 500;
+    setNow(ms(2031, 6, 2, 12));
+    ReminderItemPtr item = series(late, 0, 1);
+    QCOMPARE(item->nextRemindTimeFromShow(), 0);
 }
 
 void TestReminderTimeRules::refreshSnoozeLeavesRemindedOrFutureReminders()
