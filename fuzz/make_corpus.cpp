@@ -24,6 +24,7 @@
 #include <QFile>
 
 #include <cstdio>
+#include <limits>
 
 using fuzzinput::Writer;
 
@@ -152,6 +153,39 @@ QList<ReminderItemPtr> sampleItems()
     return items;
 }
 
+// Reminders with times at the ends of the 64-bit range, as damaged records
+// and foreign messages can hold them.
+QList<ReminderItemPtr> extremeItems()
+{
+    QList<ReminderItemPtr> items;
+    {
+        const qint64 first = std::numeric_limits<qint64>::min() + 5;
+        ReminderItemPtr old(new ReminderItem(QStringLiteral("7_5")));
+        old->setText(QStringLiteral("long ago"));
+        old->setOriginalRemindTime(first);
+        old->setShowRemindTime(first);
+        old->setRemindTime(first);
+        old->setValidTime(first);
+        old->setSnooze(10);
+        items << old;
+    }
+    {
+        const qint64 late = std::numeric_limits<qint64>::max() - 2000;
+        ReminderItemPtr far(new ReminderItem(QStringLiteral("7_6")));
+        far->setText(QStringLiteral("far ahead"));
+        far->setOriginalRemindTime(late);
+        far->setShowRemindTime(late);
+        far->setRemindTime(late);
+        far->setInterval(1);
+        far->setUnit(2);
+        far->setWeekOfMonthFlags(-1);
+        far->setDayOfWeekFlags(16);
+        far->setSnooze(5);
+        items << far;
+    }
+    return items;
+}
+
 // The item's state as the server would send it, content encrypted or
 // left out.
 im::content::Reminder wireMessage(ReminderItem& item, AccountBase* account, qint64 updateTime)
@@ -244,22 +278,26 @@ enum Op : quint8 {
     Notification = 11,
 };
 
-// Index of an id among fuzz_handlersync's fixed ids.
-quint8 idIndex(const QString& id)
+// An id as fuzz_handlersync reads it: the index of one of its fixed ids,
+// or 240 and the id's own bytes.
+Writer& id(Writer& w, const QString& remindId)
 {
     const QStringList fixed { "7_1", "7_2", "7_3", "7_41", "12_40", "1_7", "7", "r1" };
-    return quint8(qMax(0, fixed.indexOf(id)));
+    const int index = fixed.indexOf(remindId);
+    if (index >= 0)
+        return w.u8(quint8(index));
+    return w.u8(240).blob(remindId.toUtf8());
 }
 
 void listing(Writer& w, ReminderItem& item, AccountBase* account, qint64 updateTime)
 {
-    w.u8(Listing).u8(idIndex(item.remindId())).u8(1).blob(bytesOf(wireMessage(item, account, updateTime)))
+    id(w.u8(Listing), item.remindId()).u8(1).blob(bytesOf(wireMessage(item, account, updateTime)))
         .blob(plainContent(item));
 }
 
 void answer(Writer& w, ReminderItem& item, AccountBase* account, int code, qint64 updateTime)
 {
-    w.u8(Answer).u8(idIndex(item.remindId())).i32(code).u8(1)
+    id(w.u8(Answer), item.remindId()).i32(code).u8(1)
         .blob(code == 1 ? bytesOf(wireMessage(item, account, updateTime)) : QByteArray())
         .blob(code == 1 ? plainContent(item) : QByteArray());
 }
@@ -355,7 +393,7 @@ int main(int argc, char** argv)
     fuzzsupport::initApplication(&argc, &argv);
     g_root = QString::fromLocal8Bit(argv[1]);
     fuzzsupport::ScratchAccount scratch;
-    const QList<ReminderItemPtr> items = sampleItems();
+    const QList<ReminderItemPtr> items = sampleItems() + extremeItems();
     recordSeeds(items);
     wireSeeds(items, scratch.get());
     handlerSeeds(items, scratch.get());
