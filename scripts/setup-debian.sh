@@ -18,6 +18,7 @@ packages=(
     libicu-dev
     tzdata
     valgrind gnuplot-nox
+    clang libclang-rt-14-dev
 )
 
 missing=()
