@@ -326,7 +326,13 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
 
 void ReminderHandler::checkStartTimer()
 {
-    const qint64 delta = m_nearestTimestamp - now();
+    // A nearest time from a damaged record or a foreign message can be far
+    // beyond a clock set before 1970: the distance stops at the ends of the
+    // range (far away is the hourly tick).
+    const qint64 current = now();
+    qint64 delta;
+    if (qSubOverflow(m_nearestTimestamp, current, &delta))
+        delta = m_nearestTimestamp > current ? std::numeric_limits<qint64>::max() : std::numeric_limits<qint64>::min();
     if (delta > ONE_HOURE) {
         if (m_remindTimer.isActive() && m_remindTimer.interval() == ONE_HOURE)
             return;

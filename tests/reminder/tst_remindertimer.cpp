@@ -8,6 +8,7 @@
 #include <QSemaphore>
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 
 namespace {
@@ -123,6 +124,7 @@ private slots:
     // the timer rule
     void ruleArmsTheTimerForTheNearestTime_data();
     void ruleArmsTheTimerForTheNearestTime();
+    void nearestTimeBeyondTheRangeFromTheClockArmsTheHourlyTick();
     void ruleAppliedToAnArmedTimer_data();
     void ruleAppliedToAnArmedTimer();
     void pastNearestTimeFiresWithinTheCall();
@@ -199,6 +201,22 @@ void TestReminderTimer::ruleArmsTheTimerForTheNearestTime()
     QCOMPARE(f.probe->nearest(), f.now() + ahead);
     QCOMPARE(f.notified->count(), 0);
     QVERIFY(loggedLines(kEarlyPrefix).isEmpty());
+    timer.stop();
+}
+
+void TestReminderTimer::nearestTimeBeyondTheRangeFromTheClockArmsTheHourlyTick()
+{
+    // A clock before 1970 and a nearest time at the end of the range: their
+    // distance does not fit in 64 bits. It counts as far away.
+    HandlerFixture f;
+    QTimer& timer = f.probe->timer();
+    f.setNow(at(1953, 3, 1, 12));
+    f.probe->setNearest(std::numeric_limits<qint64>::max() - 2000);
+    f.probe->checkStartTimer();
+    QVERIFY(timer.isActive());
+    QVERIFY(!timer.isSingleShot());
+    QCOMPARE(timer.interval(), int(ONE_HOURE));
+    QCOMPARE(f.notified->count(), 0);
     timer.stop();
 }
 
