@@ -16,6 +16,7 @@
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
+#include <QStringList>
 #include <QTemporaryDir>
 #include <QTime>
 
@@ -52,6 +53,23 @@ inline qint64 baseTime()
 
 // Creates the application object once; call from LLVMFuzzerInitialize.
 // It lives until the process ends (libFuzzer leaves through exit()).
+// The scratch directories still in use. The targets keep their state for
+// the whole run and leave through exit(), so no destructor removes them:
+// removeScratchDirectories() does, at exit.
+inline QStringList& scratchDirectories()
+{
+    // Never destroyed: it must outlive the exit handler that reads it.
+    static QStringList* dirs = new QStringList;
+    return *dirs;
+}
+
+inline void removeScratchDirectories()
+{
+    for (const QString& dir : std::as_const(scratchDirectories()))
+        QDir(dir).removeRecursively();
+    scratchDirectories().clear();
+}
+
 // Qt's debug and warning lines (an untranslated text missing an argument,
 // say) are dropped unless FUZZ_LOG=1: at thousands of inputs a second they
 // would only slow the run down. Critical and fatal messages still print.
@@ -82,6 +100,11 @@ inline void initApplication(int* argc, char*** argv)
     network::NetworkSubject::instance()->setFixedTime(baseTime());
     // Started here, on the main thread, before any target uses it.
     ThreadManager::getInstance();
+    // Registered after the worker, so it runs before the worker goes.
+    std::atexit([] {
+        ThreadManager::getInstance()->waitForIdle();
+        removeScratchDirectories();
+    });
 }
 
 // A scratch directory for the run: under /dev/shm when it exists.
@@ -102,12 +125,14 @@ struct ScratchAccount
                                   ContentCipher::deriveKey(QByteArrayLiteral("fuzz secret"))))
     {
         account->setOwnNick(QStringLiteral("Alice"));
+        scratchDirectories().append(dir.path());
     }
 
     ~ScratchAccount()
     {
         ThreadManager::getInstance()->waitForIdle();
         account.reset();
+        scratchDirectories().removeAll(dir.path());
     }
 
     AccountBase* get() const { return account.get(); }
