@@ -21,9 +21,11 @@ scripts/setup-debian.sh
 build=build/fuzz
 targets=(fuzz_reminderrecord fuzz_reminderwire fuzz_handlersync fuzz_search)
 
+# Warnings are the plain build's to fail on (gcc, -Werror); here they only
+# show.
 if [ ! -f "$build/build.ninja" ]; then
     CC=clang CXX=clang++ cmake -S . -B "$build" -G Ninja \
-        -DREMINDER_FUZZ=ON -DREMINDER_BUILD_TESTS=OFF -DREMINDER_BUILD_BENCH=OFF -DREMINDER_WERROR=ON
+        -DREMINDER_FUZZ=ON -DREMINDER_BUILD_TESTS=OFF -DREMINDER_BUILD_BENCH=OFF
 fi
 # Only the targets and what they link: no tests, benchmarks or client.
 cmake --build "$build" -j2 --target "${targets[@]}" make_corpus
