@@ -157,6 +157,12 @@ void ReminderHandler::loadLocalData(bool connectOnly)
             m_pendingSync.insert(info.id);
         items.append(item);
     }
+    // A deleted reminder's id stays a tombstone on the server, so its
+    // sequence counts as well.
+    if (!isStopped()) {
+        for (const QString& removed : store->removedIds())
+            updateLastRemindId(removed);
+    }
 
     if (!cacheKeys.isEmpty()) {
         storage::CacheFileStorage* cache = m_account->storage()->cacheFileStorage();
@@ -841,6 +847,9 @@ void ReminderHandler::listAndNotif(const QString& remindId, const QByteArray& da
         ImLog::instance()->error(QStringLiteral("Reminder listing without an id ignored"));
         return;
     }
+    // The server knows this id, live or deleted: a new one must not take it
+    // (this device's data may have been cleared since it made the id).
+    updateLastRemindId(remindId);
     if (data.isEmpty()) {
         m_pendingSync.remove(remindId);
         removeAsDeletedOnServer(remindId);

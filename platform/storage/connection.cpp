@@ -261,6 +261,7 @@ bool Connection::checkExistingTables(QString* reason, int* code)
         const char* probe;
     };
     for (const Table& table : { Table { "reminder", sql::kProbeReminder },
+                                Table { "reminder_removed", sql::kProbeRemoved },
                                 Table { "cache_file", sql::kProbeCacheFile } }) {
         sqlite3_stmt* stmt = nullptr;
         int rc = sqlite3_prepare_v2(m_db, "SELECT count(*) FROM sqlite_schema WHERE name = ?1", -1,

@@ -172,19 +172,27 @@ bool ReminderStorage::saveAll(const QList<ReminderInfo>& infos)
     return transaction.commit();
 }
 
+// Deletes one record and remembers its id; the caller holds the lock and
+// an open transaction.
+static bool removeLocked(Connection* connection, const QString& remindId)
+{
+    for (const char* statement : { sql::kRemove, sql::kRememberRemoved }) {
+        StatementScope stmt(connection->statement(statement));
+        if (!stmt)
+            return false;
+        if (!bindText(stmt.get(), 1, remindId)) {
+            connection->logError("remove (bind)");
+            return false;
+        }
+        if (!stepDone(connection, stmt.get(), "remove"))
+            return false;
+    }
+    return true;
+}
+
 bool ReminderStorage::remove(const QString& remindId)
 {
-    SyncLocker lock(&m_connection->mutex());
-    if (!detail::ready(m_connection, "remove"))
-        return false;
-    StatementScope stmt(m_connection->statement(sql::kRemove));
-    if (!stmt)
-        return false;
-    if (!bindText(stmt.get(), 1, remindId)) {
-        m_connection->logError("remove (bind)");
-        return false;
-    }
-    return stepDone(m_connection, stmt.get(), "remove");
+    return remove(QList<QString> { remindId });
 }
 
 bool ReminderStorage::remove(const QList<QString>& remindIds)
@@ -198,17 +206,29 @@ bool ReminderStorage::remove(const QList<QString>& remindIds)
     if (!transaction.begin())
         return false;
     for (const QString& id : remindIds) {
-        StatementScope stmt(m_connection->statement(sql::kRemove));
-        if (!stmt)
-            return false;
-        if (!bindText(stmt.get(), 1, id)) {
-            m_connection->logError("remove (bind)");
-            return false;
-        }
-        if (!stepDone(m_connection, stmt.get(), "remove"))
-            return false;
+        if (!removeLocked(m_connection, id))
+            return false; // rolled back by the transaction
     }
     return transaction.commit();
+}
+
+QList<QString> ReminderStorage::removedIds()
+{
+    SyncLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "removedIds"))
+        return {};
+    StatementScope stmt(m_connection->statement(sql::kRemovedIds));
+    if (!stmt)
+        return {};
+    QList<QString> ids;
+    int rc;
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
+        ids.append(columnText(stmt.get(), 0));
+    if (rc != SQLITE_DONE) {
+        m_connection->logError("removedIds");
+        return {};
+    }
+    return ids;
 }
 
 bool ReminderStorage::updateExtra(const QString& remindId, const QByteArray& extra)

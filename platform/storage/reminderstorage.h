@@ -24,8 +24,13 @@ public:
     bool save(const ReminderInfo& info);
     // Saves many records in one transaction.
     bool saveAll(const QList<ReminderInfo>& infos);
+    // Removes the records, in one transaction, and remembers their ids
+    // (also of ids that were not stored) for removedIds().
     bool remove(const QString& remindId);
     bool remove(const QList<QString>& remindIds);
+    // Every id ever passed to remove(), in byte order. A new remind id must
+    // not repeat one of them: the server keeps deleted ids as tombstones.
+    QList<QString> removedIds();
     bool updateExtra(const QString& remindId, const QByteArray& extra);
     bool updateRemindTime(const QString& remindId, qint64 remindTime);
     // The earliest remind time of a pending record (not reminded, not

@@ -7,7 +7,7 @@
 namespace storage::sql {
 
 // Bumped whenever the schema below changes shape.
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;
 
 // Name of the SQL function registered on every connection:
 // storage_contains(haystack, needle) is 1 when `haystack` contains
@@ -41,6 +41,9 @@ constexpr const char kCreateSchema[] =
     " INSERT INTO reminder_fts(reminder_fts, rowid, text) VALUES ('delete', old.rowid, old.text);"
     " INSERT INTO reminder_fts(rowid, text) VALUES (new.rowid, new.text);"
     " END;"
+    // Every id ever removed: new ids must not take one again, since the
+    // server keeps a deleted reminder's id as a tombstone.
+    "CREATE TABLE IF NOT EXISTS reminder_removed(id TEXT PRIMARY KEY) WITHOUT ROWID;"
     "CREATE TABLE IF NOT EXISTS cache_file("
     " key TEXT PRIMARY KEY,"
     " timestamp INTEGER NOT NULL);";
@@ -50,6 +53,7 @@ constexpr const char kCreateSchema[] =
 constexpr const char kProbeReminder[] =
     "SELECT id, text, data, remind_time, order_time, reminded, completed, unread, extra"
     " FROM reminder LIMIT 0";
+constexpr const char kProbeRemoved[] = "SELECT id FROM reminder_removed LIMIT 0";
 constexpr const char kProbeCacheFile[] = "SELECT key, timestamp FROM cache_file LIMIT 0";
 
 // Column list shared by every query that returns whole records; the column
@@ -72,6 +76,10 @@ constexpr const char kSave[] =
     " completed = excluded.completed, unread = excluded.unread, extra = excluded.extra";
 
 constexpr const char kRemove[] = "DELETE FROM reminder WHERE id = ?1";
+
+constexpr const char kRememberRemoved[] = "INSERT OR IGNORE INTO reminder_removed(id) VALUES (?1)";
+
+constexpr const char kRemovedIds[] = "SELECT id FROM reminder_removed ORDER BY id";
 
 constexpr const char kUpdateExtra[] = "UPDATE reminder SET extra = ?2 WHERE id = ?1";
 

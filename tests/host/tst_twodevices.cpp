@@ -132,6 +132,10 @@ private slots:
     // a device gone before the answer
     void changeSavedButUnansweredIsSentByTheNextSessionOnTheSameData();
 
+    // remind ids
+    void newReminderAfterTheNewestWasDeletedGetsAFreshIdAndSurvives_data();
+    void newReminderAfterTheNewestWasDeletedGetsAFreshIdAndSurvives();
+
     // randomised
     void randomScenariosKeepTheGuarantees();
 };
@@ -505,6 +509,62 @@ void TestTwoDevices::deletionWinsOverChangesOnTheOtherDevice()
     QCOMPARE(t.sortedIds(0), QStringList { ids.at(1) });
 }
 
+// ------------------------------------------------------------- remind ids
+
+// The server keeps a deleted reminder's id as a tombstone. Were a new
+// reminder to take that id again, the server would answer it as deleted and
+// the device would drop it: the sequence must step over deleted ids, also
+// across restarts and after the device lost its data.
+void TestTwoDevices::newReminderAfterTheNewestWasDeletedGetsAFreshIdAndSurvives_data()
+{
+    QTest::addColumn<QString>("how");
+    QTest::newRow("deleted on this device") << QStringLiteral("here");
+    QTest::newRow("deleted on the other device") << QStringLiteral("other");
+    QTest::newRow("deleted, then this device's data lost") << QStringLiteral("data lost");
+}
+
+void TestTwoDevices::newReminderAfterTheNewestWasDeletedGetsAFreshIdAndSurvives()
+{
+    QFETCH(QString, how);
+
+    TwoDevices t;
+    const QStringList ids = agreedReminders(t, 2);
+    QCOMPARE(ids, (QStringList { QStringLiteral("1_1"), QStringLiteral("1_2") }));
+    const QString newest = ids.last();
+
+    if (how == QLatin1String("other")) {
+        t.h(1)->deleteSelect(newest);
+        QVERIFY(t.quiesce());
+        QVERIFY(t.goOnline(0));
+    } else {
+        t.h(0)->deleteSelect(newest);
+        QVERIFY(t.quiesce());
+    }
+    QVERIFY(!t.item(0, newest));
+    QVERIFY(t.server->isTombstoned(TwoDevices::kAccount, newest));
+
+    // The application restarts (on a new, empty data directory when lost).
+    t.device[0].reset();
+    if (how == QLatin1String("data lost"))
+        QVERIFY(QDir(t.dir.filePath(QStringLiteral("device1"))).removeRecursively());
+    t.advance(kMinute);
+    t.create(0);
+    QVERIFY(t.signIn(0));
+
+    const QString fresh = t.create(0, QStringLiteral("made after the restart"), dueIn(6));
+    QCOMPARE(fresh, QStringLiteral("1_3"));
+    QVERIFY(t.quiesce());
+    // Made, then given its time: two requests, each accepted.
+    QCOMPARE(t.traffic[0].codesFor(fresh), (QList<int> { 0, 0 }));
+    QVERIFY(t.goOnline(1));
+    QVERIFY(t.listUntilCalm());
+
+    QVERIFY2(convergenceProblem(t).isEmpty(), qPrintable(convergenceProblem(t)));
+    QVERIFY2(deletionProblem(t, newest).isEmpty(), qPrintable(deletionProblem(t, newest)));
+    QCOMPARE(t.sortedIds(0), (QStringList { ids.first(), fresh }));
+    QCOMPARE(t.fields(1, fresh).text, QStringLiteral("made after the restart"));
+}
+
 // ------------------------------------------------ gone before the answer
 
 void TestTwoDevices::changeSavedButUnansweredIsSentByTheNextSessionOnTheSameData()
@@ -714,6 +774,9 @@ private:
     void doCreate(int i)
     {
         const QString id = t.create(i, QStringLiteral("made on %1 #%2").arg(i).arg(++counter), dueIn(2 + below(30)));
+        // An id made twice would meet its own past on the server.
+        if (created.contains(id))
+            madeAgain << id;
         created.insert(id);
         changedBy[id].insert(i);
         log << QStringLiteral("device %1 creates %2%3").arg(i).arg(id).arg(t.probe(i).listFinished() ? "" : " (offline)");
@@ -812,6 +875,8 @@ private:
             if (!p.isEmpty())
                 problems << p;
         }
+        for (const QString& id : std::as_const(madeAgain))
+            problems << QStringLiteral("%1 was made a second time").arg(id);
         const QStringList live = t.serverLiveIds();
         for (const QString& id : std::as_const(created)) {
             if (!deleted.contains(id) && !live.contains(id))
@@ -836,6 +901,7 @@ private:
     std::mt19937_64& rng;
     int counter = 0;
     QSet<QString> created;
+    QStringList madeAgain;
     QSet<QString> deleted;
     QHash<QString, QSet<int>> changedBy;
     QHash<QString, WireFields> latest; // each reminder's values after its last change

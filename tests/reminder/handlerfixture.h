@@ -72,25 +72,23 @@ struct HandlerFixture
     {
         ImLog::instance()->setEchoToStderr(false);
         network::NetworkSubject::instance()->setFixedTime(at(2031, 6, 2, 12));
-        account.reset(new AccountBase(accountId, deviceId, dir.path(), ContentCipher::deriveKey("secret")));
-        account->setOwnNick(QStringLiteral("Alice"));
-        handler = new ReminderHandler(account.get());
-        probe.reset(new ReminderHandlerProbe(handler));
-        notified.reset(new QSignalSpy(AccountManager::getInstance(), &AccountManager::newMessageNotified));
-        withdrawn.reset(new QSignalSpy(AccountManager::getInstance(), &AccountManager::reminderNotificationDeleted));
-        sent.reset(new QSignalSpy(account->command(), &AccountCommand::reminderUpdateRequested));
-        deleted.reset(new QSignalSpy(account->command(), &AccountCommand::reminderDeleteRequested));
+        open(accountId, deviceId);
     }
 
     ~HandlerFixture()
     {
-        settle();
-        notified.reset();
-        withdrawn.reset();
-        sent.reset();
-        deleted.reset();
-        account.reset(); // deletes the handler, its child
+        close();
         network::NetworkSubject::instance()->releaseFixedTime();
+    }
+
+    // A restart of the application: the handler and its account go, new
+    // ones open the same database. The new handler has not loaded yet.
+    void restart()
+    {
+        const qint64 accountId = account->accountId();
+        const qint64 deviceId = account->deviceId();
+        close();
+        open(accountId, deviceId);
     }
 
     void setNow(qint64 t) { network::NetworkSubject::instance()->setFixedTime(t); }
@@ -160,6 +158,30 @@ struct HandlerFixture
         const QByteArray bytes = sent->at(i).at(1).toByteArray();
         msg.ParseFromArray(bytes.constData(), bytes.size());
         return msg;
+    }
+
+    void open(qint64 accountId, qint64 deviceId)
+    {
+        account.reset(new AccountBase(accountId, deviceId, dir.path(), ContentCipher::deriveKey("secret")));
+        account->setOwnNick(QStringLiteral("Alice"));
+        handler = new ReminderHandler(account.get());
+        probe.reset(new ReminderHandlerProbe(handler));
+        notified.reset(new QSignalSpy(AccountManager::getInstance(), &AccountManager::newMessageNotified));
+        withdrawn.reset(new QSignalSpy(AccountManager::getInstance(), &AccountManager::reminderNotificationDeleted));
+        sent.reset(new QSignalSpy(account->command(), &AccountCommand::reminderUpdateRequested));
+        deleted.reset(new QSignalSpy(account->command(), &AccountCommand::reminderDeleteRequested));
+    }
+
+    void close()
+    {
+        settle();
+        notified.reset();
+        withdrawn.reset();
+        sent.reset();
+        deleted.reset();
+        probe.reset();
+        account.reset(); // deletes the handler, its child
+        handler = nullptr;
     }
 
     QTemporaryDir dir;

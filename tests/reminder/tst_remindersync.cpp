@@ -188,6 +188,12 @@ private slots:
     // remind ids
     void storedIdsSetTheSequenceOfNewIds_data();
     void storedIdsSetTheSequenceOfNewIds();
+    void removedIdsCountForTheSequenceOfNewIds_data();
+    void removedIdsCountForTheSequenceOfNewIds();
+    void deletedNewestReminderIdIsNotMadeAgainAfterARestart_data();
+    void deletedNewestReminderIdIsNotMadeAgainAfterARestart();
+    void listedIdsCountForTheSequenceOfNewIds_data();
+    void listedIdsCountForTheSequenceOfNewIds();
 
     // before the first listing
     void reminderCreatedBeforeTheFirstListingIsStoredAndSentByTheRetry();
@@ -755,6 +761,150 @@ void TestReminderSync::storedIdsSetTheSequenceOfNewIds()
     QCOMPARE(live(f, nextId)->text(), QStringLiteral("next one"));
     QCOMPARE(f.sent->count(), 1);
     QCOMPARE(sentId(f, 0), nextId);
+}
+
+// Ids removed in an earlier session (deleted here, deleted on the server,
+// or listed as deleted) count like stored ones, under the same prefix rule.
+void TestReminderSync::removedIdsCountForTheSequenceOfNewIds_data()
+{
+    QTest::addColumn<QStringList>("storedIds");
+    QTest::addColumn<QStringList>("removedIds");
+    QTest::addColumn<int>("sequence");
+    QTest::addColumn<QString>("nextId");
+    QTest::newRow("the newest removed") << QStringList { QStringLiteral("7_1"), QStringLiteral("7_2") }
+                                        << QStringList { QStringLiteral("7_3") } << 3 << QStringLiteral("7_4");
+    QTest::newRow("an older one removed") << QStringList { QStringLiteral("7_1"), QStringLiteral("7_5") }
+                                          << QStringList { QStringLiteral("7_3") } << 5 << QStringLiteral("7_6");
+    QTest::newRow("every one removed") << QStringList {}
+                                       << QStringList { QStringLiteral("7_9"), QStringLiteral("7_2") } << 9
+                                       << QStringLiteral("7_10");
+    QTest::newRow("another device's removed") << QStringList { QStringLiteral("7_2") }
+                                              << QStringList { QStringLiteral("8_30") } << 2 << QStringLiteral("7_3");
+    // The bare device number is the prefix, for removed ids as well.
+    QTest::newRow("a device whose number begins alike")
+        << QStringList { QStringLiteral("7_2") } << QStringList { QStringLiteral("70_30") } << 30
+        << QStringLiteral("7_31");
+    QTest::newRow("removed above half of the range")
+        << QStringList { QStringLiteral("7_2") } << QStringList { QStringLiteral("7_2147483647") } << 2
+        << QStringLiteral("7_3");
+}
+
+void TestReminderSync::removedIdsCountForTheSequenceOfNewIds()
+{
+    QFETCH(QStringList, storedIds);
+    QFETCH(QStringList, removedIds);
+    QFETCH(int, sequence);
+    QFETCH(QString, nextId);
+
+    HandlerFixture f;
+    for (const QString& id : storedIds + removedIds)
+        f.storeItem(HandlerFixture::makeItem(id, later()));
+    QVERIFY(f.store()->remove(QList<QString>(removedIds)));
+    start(f);
+    QCOMPARE(f.probe->lastRemindId(), sequence);
+    QCOMPARE(f.handler->reminderModel()->count(), storedIds.size());
+
+    f.handler->newReminder(QStringLiteral("next one"));
+    f.settle();
+    QVERIFY(live(f, nextId));
+    QCOMPARE(f.sent->count(), 1);
+    QCOMPARE(sentId(f, 0), nextId);
+}
+
+// The whole path: the newest reminder is deleted through the handler (by
+// the user, by the server's answer, or by the listing), the application
+// restarts, and the next new reminder still gets a fresh id.
+void TestReminderSync::deletedNewestReminderIdIsNotMadeAgainAfterARestart_data()
+{
+    QTest::addColumn<QString>("how");
+    QTest::newRow("deleted by the user") << QStringLiteral("user");
+    QTest::newRow("deleted on the server, as an answer") << QStringLiteral("answer");
+    QTest::newRow("deleted on the server, in the listing") << QStringLiteral("listing");
+    QTest::newRow("removed with the completed ones") << QStringLiteral("completed");
+}
+
+void TestReminderSync::deletedNewestReminderIdIsNotMadeAgainAfterARestart()
+{
+    QFETCH(QString, how);
+
+    HandlerFixture f;
+    start(f);
+    f.handler->newReminder(QStringLiteral("first"));
+    f.handler->newReminder(QStringLiteral("second"));
+    f.settle();
+    QVERIFY(live(f, kA));
+    QVERIFY(live(f, kB));
+
+    if (how == QLatin1String("user")) {
+        f.handler->deleteSelect(kB);
+    } else if (how == QLatin1String("answer")) {
+        f.handler->syncFinished(kB, QByteArray(), 1);
+    } else if (how == QLatin1String("listing")) {
+        f.handler->listAndNotif(kB, QByteArray());
+    } else {
+        QVERIFY(f.handler->completedReminder(kB, true));
+        f.settle();
+        f.handler->deleteAllCompleted();
+    }
+    f.settle();
+    QVERIFY(!storedRecordExists(f, kB));
+    QVERIFY(!live(f, kB));
+
+    f.restart();
+    start(f);
+    QCOMPARE(f.probe->lastRemindId(), 2);
+    f.handler->newReminder(QStringLiteral("third"));
+    f.settle();
+    const QString next = QStringLiteral("7_3");
+    QVERIFY(live(f, next));
+    QCOMPARE(live(f, next)->text(), QStringLiteral("third"));
+    QCOMPARE(live(f, kA)->text(), QStringLiteral("first"));
+    QCOMPARE(f.sent->count(), 1);
+    QCOMPARE(sentId(f, 0), next);
+}
+
+// The listing can hold ids this device made before its data was cleared:
+// they count at once, and (stored or remembered as deleted) after a
+// restart too.
+void TestReminderSync::listedIdsCountForTheSequenceOfNewIds_data()
+{
+    QTest::addColumn<QString>("listedId");
+    QTest::addColumn<bool>("deleted");
+    QTest::addColumn<QString>("nextId");
+    QTest::addColumn<QString>("afterRestart");
+    QTest::newRow("a live reminder") << QStringLiteral("7_20") << false << QStringLiteral("7_21")
+                                     << QStringLiteral("7_22");
+    QTest::newRow("a tombstone") << QStringLiteral("7_30") << true << QStringLiteral("7_31")
+                                 << QStringLiteral("7_32");
+    QTest::newRow("another device's") << QStringLiteral("8_40") << false << QStringLiteral("7_1")
+                                      << QStringLiteral("7_2");
+}
+
+void TestReminderSync::listedIdsCountForTheSequenceOfNewIds()
+{
+    QFETCH(QString, listedId);
+    QFETCH(bool, deleted);
+    QFETCH(QString, nextId);
+    QFETCH(QString, afterRestart);
+
+    HandlerFixture f;
+    f.handler->loadLocalData(false);
+    f.settle();
+    f.handler->listAndNotif(listedId,
+                            deleted ? QByteArray() : serverBytes(f.account.get(), listedId, sameSeries(noon())));
+    finishList(f);
+    QCOMPARE(bool(live(f, listedId)), !deleted);
+
+    f.handler->newReminder(QStringLiteral("made after the listing"));
+    f.settle();
+    QVERIFY(live(f, nextId));
+
+    f.restart();
+    start(f);
+    f.handler->newReminder(QStringLiteral("made after a restart"));
+    f.settle();
+    QVERIFY(live(f, afterRestart));
+    QCOMPARE(live(f, afterRestart)->text(), QStringLiteral("made after a restart"));
 }
 
 // --------------------------------------------------- before the first list

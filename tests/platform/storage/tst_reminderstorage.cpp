@@ -36,6 +36,8 @@ private slots:
     void removeMany_data();
     void removeMany();
     void removeManyIsAtomic();
+    void removedIdsAreRemembered_data();
+    void removedIdsAreRemembered();
     void updateExtra();
     void updateRemindTime();
     void unknownIdUpdatesChangeNothing();
@@ -231,7 +233,54 @@ void TestReminderStorage::removeManyIsAtomic()
     }
     QVERIFY(!store()->remove(QList<QString> { "a", "keep", "c" }));
     QCOMPARE(store()->count(), 3);
+    // Nothing was removed, so no id is remembered either.
+    QCOMPARE(store()->removedIds(), QList<QString>());
     QVERIFY(storagetest::storageLogLines().join('\n').contains(QLatin1String("kept by test")));
+}
+
+void TestReminderStorage::removedIdsAreRemembered_data()
+{
+    QTest::addColumn<QStringList>("stored");
+    QTest::addColumn<QList<QStringList>>("removals");
+    QTest::addColumn<QStringList>("remembered");
+
+    QTest::newRow("nothing removed") << QStringList { "1_1" } << QList<QStringList> {} << QStringList {};
+    QTest::newRow("one by one") << QStringList { "1_1", "1_2", "1_3" }
+                                << QList<QStringList> { { "1_3" }, { "1_1" } } << QStringList { "1_1", "1_3" };
+    QTest::newRow("a list") << QStringList { "1_1", "1_2", "1_3" } << QList<QStringList> { { "1_2", "1_3" } }
+                            << QStringList { "1_2", "1_3" };
+    // The server's tombstone of an id this device never stored counts too.
+    QTest::newRow("never stored") << QStringList {} << QList<QStringList> { { "1_9" }, { "2_5", "x" } }
+                                  << QStringList { "1_9", "2_5", "x" };
+    QTest::newRow("removed twice") << QStringList { "1_1" } << QList<QStringList> { { "1_1" }, { "1_1", "1_1" } }
+                                   << QStringList { "1_1" };
+    // Saved again after its removal (a lost deletion that the server gave
+    // back): the id stays remembered, which only skips a number.
+    QTest::newRow("saved again") << QStringList { "1_1" } << QList<QStringList> { { "1_1" } }
+                                 << QStringList { "1_1" };
+}
+
+void TestReminderStorage::removedIdsAreRemembered()
+{
+    QFETCH(QStringList, stored);
+    QFETCH(QList<QStringList>, removals);
+    QFETCH(QStringList, remembered);
+
+    for (const QString& id : stored)
+        QVERIFY(store()->save(makeInfo(id, QStringLiteral("text of ") + id, 1)));
+    for (const QStringList& ids : removals) {
+        if (ids.size() == 1)
+            QVERIFY(store()->remove(ids.first()));
+        else
+            QVERIFY(store()->remove(QList<QString>(ids)));
+    }
+    if (QByteArray(QTest::currentDataTag()) == "saved again")
+        QVERIFY(store()->save(makeInfo(QStringLiteral("1_1"), QStringLiteral("back"), 1)));
+    QCOMPARE(QStringList(store()->removedIds()), remembered);
+
+    reopen();
+    QCOMPARE(QStringList(store()->removedIds()), remembered);
+    QVERIFY(storagetest::storageLogLines().isEmpty());
 }
 
 void TestReminderStorage::updateExtra()

@@ -93,6 +93,7 @@ private slots:
     void databasePathLayout();
     void createsDirectoriesAndSchema();
     void healthyDatabaseIsReopenedInPlace();
+    void databaseOfTheFirstVersionGainsTheRemovedIds();
     void accountsAreSeparate();
     void garbageFileIsMovedAside_data();
     void garbageFileIsMovedAside();
@@ -154,7 +155,8 @@ void TestUserStorageProvider::createsDirectoriesAndSchema()
     QCOMPARE(objects, (QStringList { "table cache_file", "table reminder", "table reminder_fts",
                                      "trigger reminder_fts_delete", "trigger reminder_fts_insert",
                                      "trigger reminder_fts_update", "index reminder_order_time",
-                                     "index reminder_pending", "index reminder_remind_time" }));
+                                     "index reminder_pending", "index reminder_remind_time",
+                                     "table reminder_removed" }));
     QVERIFY(storagetest::storageLogLines().isEmpty());
 }
 
@@ -175,6 +177,38 @@ void TestUserStorageProvider::healthyDatabaseIsReopenedInPlace()
         QCOMPARE(provider.reminderStorage()->infosWithKeyword(QStringLiteral("across")).size(), 1);
     }
     QVERIFY(movedAsideFiles(UserStorageProvider::databasePath(dir.path(), 1)).isEmpty());
+    QVERIFY(storagetest::storageLogLines().isEmpty());
+}
+
+// A database written before removed ids were remembered: the reopen adds
+// the table and the version, and keeps every record.
+void TestUserStorageProvider::databaseOfTheFirstVersionGainsTheRemovedIds()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const ReminderInfo info = makeInfo(QStringLiteral("1_4"), QStringLiteral("from the old version"), 3, 4);
+    const QString path = UserStorageProvider::databasePath(dir.path(), 1);
+    {
+        UserStorageProvider provider(dir.path(), 1);
+        QVERIFY(provider.reminderStorage()->save(info));
+    }
+    {
+        RawDb raw(path);
+        QVERIFY(raw.exec(QStringLiteral("DROP TABLE reminder_removed; PRAGMA user_version=1")));
+        QCOMPARE(raw.rows(QStringLiteral("SELECT count(*) FROM sqlite_schema WHERE name = 'reminder_removed'")),
+                 QStringList { "0" });
+    }
+
+    UserStorageProvider provider(dir.path(), 1);
+    QVERIFY(provider.isOpen());
+    QVERIFY(provider.movedAsidePath().isEmpty());
+    QCOMPARE(provider.reminderStorage()->allInfos(), QList<ReminderInfo> { info });
+    QCOMPARE(provider.reminderStorage()->removedIds(), QList<QString>());
+    QVERIFY(provider.reminderStorage()->remove(QStringLiteral("1_4")));
+    QCOMPARE(provider.reminderStorage()->removedIds(), QList<QString> { QStringLiteral("1_4") });
+    RawDb raw(path);
+    QCOMPARE(raw.rows(QStringLiteral("PRAGMA user_version")),
+             QStringList { QString::number(storage::sql::kSchemaVersion) });
     QVERIFY(storagetest::storageLogLines().isEmpty());
 }
 
@@ -367,6 +401,7 @@ void TestUserStorageProvider::unusableLocationFailsGracefully()
     QVERIFY(!reminders->updateExtra(QStringLiteral("x"), "e"));
     QVERIFY(!reminders->updateRemindTime(QStringLiteral("x"), 3));
     QVERIFY(reminders->allInfos().isEmpty());
+    QVERIFY(reminders->removedIds().isEmpty());
     QCOMPARE(reminders->nearestTimestamp(), qint64(0));
     QVERIFY(reminders->infosWithTimestamp(2).isEmpty());
     QVERIFY(reminders->infosWithKeyword(QStringLiteral("text")).isEmpty());
