@@ -319,6 +319,40 @@ LoadFigures benchLoad(int n)
     return figures;
 }
 
+// ---------------------------------------------------------- removed ids
+
+// loadLocalData of `n` reminders whose store also remembers `removed` ids
+// as removed (each counts for the sequence of new ids), best of kRuns.
+double loadWithRemoved(int n, int removed)
+{
+    QTemporaryDir dir;
+    if (!dir.isValid())
+        fail("no temporary directory");
+    const StoredSet set = makeRecords(n);
+    {
+        std::unique_ptr<AccountBase> account = openAccount(dir.path());
+        storage::ReminderStorage* store = account->storage()->reminderStorage();
+        if (!store->saveAll(set.infos))
+            fail("saveAll failed");
+        QList<QString> ids;
+        ids.reserve(removed);
+        for (int i = 0; i < removed; ++i)
+            ids.append(QStringLiteral("%1_%2").arg(kDeviceId).arg(n + 1 + i));
+        if (!store->remove(ids))
+            fail("remove failed");
+        if (store->count() != n || store->removedIds().size() != removed)
+            fail("wrong number of stored or removed ids");
+        settle();
+    }
+    double best = std::numeric_limits<double>::max();
+    for (int run = 0; run < kRuns; ++run) {
+        double perItem = 0;
+        double trimmed = 0;
+        best = std::min(best, loadRun(dir.path(), n, set, &perItem, &trimmed));
+    }
+    return best;
+}
+
 // ------------------------------------------------------------ timeout
 
 struct TimeoutFigures
@@ -450,6 +484,19 @@ int main(int argc, char** argv)
                     f.floorMs * 1000 / n);
         std::printf("#   %d: memory per run %s bytes/reminder; after a further malloc_trim %s\n", n,
                     qPrintable(joined(f.memoryPerItem)), qPrintable(joined(f.trimmedPerItem)));
+        std::fflush(stdout);
+    }
+
+    std::printf("# loadLocalData of 10,000 reminders with r removed ids remembered (they count for the\n");
+    std::printf("#   sequence of new ids), best of %d runs; floor: the same load with none remembered\n", kRuns);
+    const double withoutRemoved = loadWithRemoved(10000, 0);
+    std::printf("BENCH handler.loadLocalData.noneRemoved %.2f ms\n", withoutRemoved);
+    for (int removed : {10000, 100000}) {
+        const double ms = loadWithRemoved(10000, removed);
+        std::printf("BENCH handler.loadLocalData.removed.%d %.2f ms\n", removed, ms);
+        std::printf("BENCH handler.loadLocalData.removed.ratio.%d %.2f x\n", removed, ms / withoutRemoved);
+        benchresults::result("handler.loadLocalData.removed", removed, ms, "ms", benchresults::Lower,
+                             "handler.loadLocalData.noneRemoved", withoutRemoved);
         std::fflush(stdout);
     }
 

@@ -183,6 +183,7 @@ private slots:
     void extraWithoutChangeTimesLoadsZeros_data();
     void extraWithoutChangeTimesLoadsZeros();
     void reminderContentWithTwoContentsLoadsOnlyFirst();
+    void quotedSenderIsWrittenAgainOnlyOnceResolved();
     void loadedFileBodyKnowsItsKind();
     void messageWithoutPatternLeavesRuleAtZero();
 };
@@ -508,6 +509,50 @@ void TestReminderRecord::messageWithoutPatternLeavesRuleAtZero()
     QCOMPARE(item.interval(), 0);
     QCOMPARE(item.unit(), 0);
     QCOMPARE(item.dayOfWeekFlags(), 0);
+}
+
+namespace {
+
+// The sender id of the quote in a record's stored content; -1 without one.
+qint64 storedQuoteSenderId(const storage::ReminderInfo& info)
+{
+    im::content::Reminder msg;
+    im::content::ReminderContent rc;
+    if (!msg.ParseFromArray(info.data.constData(), int(info.data.size()))
+        || !rc.ParseFromString(msg.content()) || !rc.has_relative())
+        return -1;
+    return qint64(rc.relative().sender_id());
+}
+
+} // namespace
+
+// The outgoing sender id comes from the resolved sender only (kept on
+// purpose): a loaded quote written again before its sender was looked up
+// loses the id in the record; once resolved it is written again.
+void TestReminderRecord::quotedSenderIsWrittenAgainOnlyOnceResolved()
+{
+    TestAccount account;
+    ReminderItemPtr item(new ReminderItem(QStringLiteral("7_1")));
+    auto* quote = new RelativeMessage(QStringLiteral("dialog-3"), 8812, 321,
+                                      textBody(QStringLiteral("the quoted message")), nullptr);
+    item->setQuoteMsgItem(quote);
+    item->resolveQuoteSender(account.get());
+    storage::ReminderInfo first;
+    item->serialize(first);
+    QCOMPARE(storedQuoteSenderId(first), qint64(321));
+
+    ReminderItem loaded(first, account.get());
+    QVERIFY(loaded.quoteMsgItem());
+    QCOMPARE(loaded.quoteMsgItem()->senderId(), qint64(321));
+    QVERIFY(!loaded.quoteMsgItem()->sender());
+    storage::ReminderInfo unresolved;
+    loaded.serialize(unresolved);
+    QCOMPARE(storedQuoteSenderId(unresolved), qint64(0));
+
+    loaded.resolveQuoteSender(account.get());
+    storage::ReminderInfo resolved;
+    loaded.serialize(resolved);
+    QCOMPARE(storedQuoteSenderId(resolved), qint64(321));
 }
 
 QTEST_GUILESS_MAIN(TestReminderRecord)
