@@ -24,7 +24,9 @@
 #include "reminderhandler.h"
 #include "reminderitem.h"
 #include "remindermodel.h"
+#include "reminderstorage.h"
 #include "threadmanager.h"
+#include "userstorageprovider.h"
 
 #include <QCoreApplication>
 #include <QRandomGenerator>
@@ -67,15 +69,15 @@ QByteArray stateOf(const ReminderItemPtr& item)
 class Driver : public QObject
 {
 public:
-    Driver(ReminderHandler* handler, quint32 seed, qint64 changes)
+    Driver(ReminderHandler* handler, storage::ReminderStorage* store, quint32 seed, qint64 changes)
         : m_handler(handler), m_rng(seed), m_changesLeft(changes)
     {
         QStringList ids;
         m_handler->reminderModel()->allIds(ids);
         m_live = ids;
-        // The handler numbers new reminders after the highest stored
-        // sequence of this device.
-        for (const QString& id : std::as_const(ids))
+        // The handler numbers new reminders after the highest sequence of
+        // this device among the stored ids and the removed ones.
+        for (const QString& id : ids + QStringList(store->removedIds()))
             m_lastSequence = qMax(m_lastSequence, id.mid(id.lastIndexOf(QLatin1Char('_')) + 1).toInt());
         connect(&m_tick, &QTimer::timeout, this, &Driver::step);
         m_tick.start(0);
@@ -302,7 +304,7 @@ int main(int argc, char** argv)
         handler->loadLocalData(false);
         handler->readyReminder();
         writeLine("loaded " + QByteArray::number(handler->reminderModel()->count()));
-        Driver driver(handler, seed, changes);
+        Driver driver(handler, account.storage()->reminderStorage(), seed, changes);
         rc = app.exec();
         ThreadManager::getInstance()->waitForIdle();
     }
