@@ -236,6 +236,7 @@ void ReminderModel::insert(ReminderItemPtr item)
         beginInsertRows(QModelIndex(), row, row);
         m_openItems.insert(p, item);
         endInsertRows();
+        indexOpen(item);
     }
     emit countChanged();
     emit visibleCountChanged();
@@ -248,6 +249,7 @@ void ReminderModel::insertItems(const QList<ReminderItemPtr>& items)
     // Rows 0 .. n-1 are announced whatever rows the items take (and even
     // when some of them are hidden completed items); callers rely on this.
     beginInsertRows(QModelIndex(), 0, int(items.size()) - 1);
+    bool openAdded = false;
     {
         SyncLocker locker(&m_indexLock);
         QList<ReminderItemPtr> open;
@@ -262,7 +264,11 @@ void ReminderModel::insertItems(const QList<ReminderItemPtr>& items)
         }
         placeBatch(m_openItems, open);
         placeBatch(m_completedItems, completed);
+        openAdded = !open.isEmpty();
     }
+    // Built again, sorted once, when next needed.
+    if (openAdded)
+        dropShowIndex();
     endInsertRows();
     emit completedCountChanged();
     emit countChanged();
@@ -303,6 +309,7 @@ void ReminderModel::remove(ReminderItemPtr item, bool release)
         beginRemoveRows(QModelIndex(), row, row);
         m_openItems.removeAt(openPos);
         endRemoveRows();
+        unindexOpen(item);
     } else {
         const qsizetype pos = m_completedItems.indexOf(item);
         if (pos < 0)
@@ -421,6 +428,7 @@ void ReminderModel::reset()
     }
     m_openItems.clear();
     m_completedItems.clear();
+    dropShowIndex();
     endResetModel();
     emit completedCountChanged();
     emit countChanged();
@@ -435,6 +443,7 @@ void ReminderModel::clear()
     }
     m_openItems.clear();
     m_completedItems.clear();
+    dropShowIndex();
 }
 
 // --------------------------------------------------------------- queries
@@ -463,16 +472,49 @@ void ReminderModel::forEachCompletedId(const std::function<void(const QString&)>
         fn(item->remindId());
 }
 
-int ReminderModel::overdueCount() const
+int ReminderModel::overdueCount()
 {
     if (!m_account)
         return 0;
-    const qint64 now = m_account->currentServerTime();
-    int n = 0;
-    for (const ReminderItemPtr& item : m_openItems) {
-        const qint64 show = item->showRemindTime();
-        if (show > 0 && show < now)
-            ++n;
+    if (!m_showIndexBuilt) {
+        std::vector<const ReminderItem*> items;
+        items.reserve(size_t(m_openItems.size()));
+        for (const ReminderItemPtr& item : std::as_const(m_openItems)) {
+            items.push_back(item.data());
+            if (!m_showConnections.contains(item.data()))
+                m_showConnections.insert(item.data(), connectShowTime(item));
+        }
+        m_showIndex.assign(items);
+        m_showIndexBuilt = true;
     }
-    return n;
+    return m_showIndex.countBetween(0, m_account->currentServerTime());
+}
+
+QMetaObject::Connection ReminderModel::connectShowTime(const ReminderItemPtr& item)
+{
+    // Direct: the count must see the new time as soon as the setter returns.
+    const ReminderItem* raw = item.data();
+    return connect(item.data(), &ReminderItem::showRemindTimeChanged, this,
+                   [this, raw] { m_showIndex.update(raw); }, Qt::DirectConnection);
+}
+
+void ReminderModel::indexOpen(const ReminderItemPtr& item)
+{
+    if (m_showIndexBuilt && m_showIndex.add(item.data()))
+        m_showConnections.insert(item.data(), connectShowTime(item));
+}
+
+void ReminderModel::unindexOpen(const ReminderItemPtr& item)
+{
+    if (m_showIndexBuilt && m_showIndex.remove(item.data()))
+        disconnect(m_showConnections.take(item.data()));
+}
+
+void ReminderModel::dropShowIndex()
+{
+    for (const QMetaObject::Connection& connection : std::as_const(m_showConnections))
+        disconnect(connection);
+    m_showConnections.clear();
+    m_showIndex.clear();
+    m_showIndexBuilt = false;
 }

@@ -2,6 +2,7 @@
 
 #include "reminder_global.h"
 #include "reminderitem.h"
+#include "showtimeindex.h"
 
 #include <QAbstractListModel>
 #include <QByteArray>
@@ -111,7 +112,9 @@ public:
 
     // Open items whose shown remind time is set (> 0) and earlier than the
     // account's current time. Without an account there is no clock: 0.
-    int overdueCount() const;
+    // The first call indexes the open items' shown remind times, which the
+    // model then keeps up to date, so that later calls are a binary search.
+    int overdueCount();
 
     // Empties the model inside a model reset, then emits
     // completedCountChanged and countChanged.
@@ -150,6 +153,11 @@ private:
     // announcing the completed rows around the change.
     void showCompletedRows(bool show);
     int completedOffset() const;
+    // The index of the open items' shown remind times, once built.
+    void indexOpen(const ReminderItemPtr& item);
+    void unindexOpen(const ReminderItemPtr& item);
+    void dropShowIndex();
+    QMetaObject::Connection connectShowTime(const ReminderItemPtr& item);
 
     QHash<int, QByteArray> m_roleNames;
     AccountBase* m_account = nullptr;
@@ -162,4 +170,9 @@ private:
     // expandChanged is being emitted, so that the row announcements that
     // follow match what rowCount() reports before and after them.
     bool m_completedShown = false;
+    // Built by the first overdueCount(); kept in step by the item's
+    // showRemindTimeChanged while the item is open.
+    bool m_showIndexBuilt = false;
+    ShowTimeIndex m_showIndex;
+    QHash<const ReminderItem*, QMetaObject::Connection> m_showConnections;
 };

@@ -276,6 +276,8 @@ private slots:
     void overdueCountCountsOpenItemsBeforeNow_data();
     void overdueCountCountsOpenItemsBeforeNow();
     void overdueCountWithoutAccountIsZero();
+    void overdueCountFollowsEveryChangeOfTheList_data();
+    void overdueCountFollowsEveryChangeOfTheList();
     void resetEmitsModelReset();
     void clearEmptiesWithoutReset();
 
@@ -1548,6 +1550,129 @@ void TestReminderModel::overdueCountWithoutAccountIsZero()
     item->setShowRemindTime(1600000000000);
     model.insert(item);
     QCOMPARE(model.overdueCount(), 0);
+}
+
+// The count is kept in an index of the open items' shown times; every way
+// the list or an item can change must keep it equal to a plain count over
+// the open rows. Random changes, each followed by the comparison (or, for
+// some seeds, by none for a while, so that the index is built late).
+void TestReminderModel::overdueCountFollowsEveryChangeOfTheList_data()
+{
+    QTest::addColumn<quint32>("seed");
+    QTest::addColumn<int>("checkEvery");
+    for (quint32 seed : { 1u, 2u, 3u, 4u })
+        QTest::newRow(qPrintable(QStringLiteral("seed %1, every change").arg(seed))) << seed << 1;
+    for (quint32 seed : { 5u, 6u })
+        QTest::newRow(qPrintable(QStringLiteral("seed %1, now and then").arg(seed))) << seed << 37;
+}
+
+void TestReminderModel::overdueCountFollowsEveryChangeOfTheList()
+{
+    QFETCH(quint32, seed);
+    QFETCH(int, checkEvery);
+    const qint64 start = 1700000000000;
+    network::NetworkSubject::instance()->setFixedTime(start);
+    TestAccount account;
+    ReminderModel model(account.get());
+    QRandomGenerator random(seed);
+    QList<ReminderItemPtr> known;
+    int made = 0;
+
+    auto plainCount = [&] {
+        const qint64 now = network::NetworkSubject::instance()->currentDateTime();
+        int n = 0;
+        const int rows = model.rowCount();
+        for (int row = model.expand() ? model.completedCount() : 0; row < rows; ++row) {
+            const ReminderItemPtr item = model.data(model.index(row), ReminderModel::ReminderDataRole).value<ReminderItemPtr>();
+            if (item->showRemindTime() > 0 && item->showRemindTime() < now)
+                ++n;
+        }
+        return n;
+    };
+    auto showTime = [&] {
+        // Some unset, the rest around the clock.
+        if (random.bounded(6) == 0)
+            return qint64(0);
+        return network::NetworkSubject::instance()->currentDateTime() + qint64(random.bounded(-3600, 3600)) * 1000;
+    };
+    auto fresh = [&] {
+        ++made;
+        const ReminderItemPtr item =
+            makeItem(QStringLiteral("r%1").arg(made), 1000 + random.bounded(500), random.bounded(4) == 0);
+        item->setShowRemindTime(showTime());
+        known << item;
+        return item;
+    };
+    auto anyKnown = [&] { return known.at(random.bounded(int(known.size()))); };
+
+    for (int step = 0; step < 1500; ++step) {
+        QString what;
+        switch (known.isEmpty() ? 0 : random.bounded(10)) {
+        case 0:
+            what = QStringLiteral("insert");
+            model.insert(fresh());
+            break;
+        case 1: {
+            what = QStringLiteral("insertItems");
+            QList<ReminderItemPtr> batch;
+            for (int n = random.bounded(1, 6); n > 0; --n)
+                batch << fresh();
+            if (random.bounded(3) == 0)
+                batch << batch.first(); // the same item twice
+            model.insertItems(batch);
+            break;
+        }
+        case 2:
+        case 3:
+            what = QStringLiteral("show time");
+            anyKnown()->setShowRemindTime(showTime());
+            break;
+        case 4: {
+            what = QStringLiteral("completion");
+            const ReminderItemPtr item = anyKnown();
+            item->setCompleted(!item->completed());
+            model.resort(item);
+            break;
+        }
+        case 5:
+            what = QStringLiteral("remove");
+            model.remove(anyKnown(), random.bounded(2) == 0);
+            break;
+        case 6:
+            what = QStringLiteral("resort");
+            model.resort(anyKnown());
+            break;
+        case 7: {
+            what = QStringLiteral("move");
+            QList<ReminderItemPtr> changed;
+            const int rows = model.rowCount();
+            if (rows > 1)
+                model.move(random.bounded(rows), random.bounded(rows), changed);
+            break;
+        }
+        case 8:
+            what = QStringLiteral("clock");
+            network::NetworkSubject::instance()->advance(qint64(random.bounded(0, 1200)) * 1000);
+            break;
+        default:
+            if (random.bounded(40) == 0) {
+                what = QStringLiteral("reset");
+                model.reset();
+            } else {
+                what = QStringLiteral("expand");
+                model.setExpand(!model.expand());
+            }
+            break;
+        }
+        if (step % checkEvery == 0 || step == 1499)
+            QVERIFY2(model.overdueCount() == plainCount(),
+                     qPrintable(QStringLiteral("step %1 (%2): %3, counted %4")
+                                    .arg(step)
+                                    .arg(what)
+                                    .arg(model.overdueCount())
+                                    .arg(plainCount())));
+    }
+    network::NetworkSubject::instance()->releaseFixedTime();
 }
 
 void TestReminderModel::resetEmitsModelReset()

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QHash>
+#include <QtGlobal>
+
+#include <vector>
+
+class ReminderItem;
+
+// The shown remind times of a list's items, kept sorted, so that the items
+// due before a moment are counted by a binary search instead of a walk that
+// reads every item. An item can be held more than once (a list may hold the
+// same item twice); each copy counts. The caller reports every change of a
+// held item's shown remind time through update().
+class ShowTimeIndex
+{
+public:
+    // Holds exactly these items (one copy per occurrence), sorted once.
+    void assign(const std::vector<const ReminderItem*>& items);
+    // Adds one copy of the item at its current shown remind time; true when
+    // the item was not held before.
+    bool add(const ReminderItem* item);
+    // Drops one copy; true when that was the item's last one. An item that
+    // is not held is ignored (false).
+    bool remove(const ReminderItem* item);
+    // Moves every copy of a held item to its current shown remind time.
+    void update(const ReminderItem* item);
+    // Copies whose time t satisfies after < t < before.
+    int countBetween(qint64 after, qint64 before) const;
+    bool contains(const ReminderItem* item) const { return m_entries.contains(item); }
+    void clear();
+
+private:
+    struct Entry
+    {
+        qint64 time = 0;
+        int copies = 0;
+    };
+    void insertTime(qint64 time, int copies);
+    void eraseTime(qint64 time, int copies);
+
+    QHash<const ReminderItem*, Entry> m_entries;
+    std::vector<qint64> m_times; // ascending, one value per copy
+};
