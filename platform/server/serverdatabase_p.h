@@ -1,14 +1,13 @@
 #pragma once
 
+#include "sqlitefile.h"
+
 #include <QByteArray>
-#include <QHash>
 #include <QList>
 #include <QString>
 
 #include <optional>
 
-struct sqlite3;
-struct sqlite3_stmt;
 
 namespace reminderserver {
 
@@ -35,7 +34,8 @@ struct ListedReminder
 // The server's own SQLite file. Used on the server's thread only, so it
 // needs no lock. A file that cannot be used (not a database, damaged, or
 // holding our tables in another shape) is moved aside with its -wal and
-// -shm files, the move is logged, and the server starts with an empty file.
+// -shm files, the move is logged, and the server starts with an empty file
+// (SqliteFile).
 class ServerDatabase
 {
 public:
@@ -44,8 +44,8 @@ public:
     ServerDatabase(const ServerDatabase&) = delete;
     ServerDatabase& operator=(const ServerDatabase&) = delete;
 
-    bool isOpen() const { return m_db != nullptr; }
-    QString movedAsidePath() const { return m_movedAside; }
+    bool isOpen() const { return m_file.isOpen(); }
+    QString movedAsidePath() const { return m_file.movedAsidePath(); }
 
     bool begin();
     bool commit();
@@ -61,19 +61,7 @@ public:
     bool list(qint64 accountId, QList<ListedReminder>* out);
 
 private:
-    bool openAndCheck(QString* reason, int* code);
-    bool checkExistingTables(QString* reason, int* code);
-    bool createSchema(QString* reason, int* code);
-    void closeHandle();
-    bool moveAside(const QString& reason);
-    sqlite3_stmt* statement(const char* sql);
-    bool execLogged(const char* sql);
-    void logError(const char* what) const;
-
-    QString m_path;
-    QString m_movedAside;
-    sqlite3* m_db = nullptr;
-    QHash<QByteArray, sqlite3_stmt*> m_statements;
+    SqliteFile m_file;
 };
 
 } // namespace reminderserver

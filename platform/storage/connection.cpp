@@ -1,36 +1,14 @@
 #include "connection.h"
 
-#include "imlog.h"
 #include "storagesql.h"
 
 #include "synclocker.h"
 
-#include <QDateTime>
-#include <QDir>
-#include <QFile>
-#include <QFileInfo>
-
 #include <sqlite3.h>
-
-#include <cstring>
 
 namespace storage {
 
 namespace {
-
-constexpr int kBusyTimeoutMs = 5000;
-
-void logLine(const QString& text)
-{
-    ImLog::instance()->error(text);
-}
-
-QString sqliteMessage(sqlite3* db, int code)
-{
-    if (db)
-        return QString::fromUtf8(sqlite3_errmsg(db));
-    return QString::fromUtf8(sqlite3_errstr(code));
-}
 
 // storage_contains(haystack, needle): plain, case-insensitive containment,
 // with Qt's case folding so that every character of the needle (including
@@ -60,350 +38,34 @@ void containsFunction(sqlite3_context* ctx, int argc, sqlite3_value** argv)
     sqlite3_result_int(ctx, haystack.contains(needle, Qt::CaseInsensitive) ? 1 : 0);
 }
 
-// Runs a statement that returns a single text row (a pragma) and gives
-// that text back; false with the SQLite message in `reason` on error.
-bool singleText(sqlite3* db, const char* sql, QString* value, QString* reason, int* code)
+SqliteSchema accountSchema()
 {
-    sqlite3_stmt* stmt = nullptr;
-    int rc = sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
-    if (rc == SQLITE_OK) {
-        rc = sqlite3_step(stmt);
-        if (rc == SQLITE_ROW) {
-            const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0));
-            *value = text ? QString::fromUtf8(text) : QString();
-            rc = SQLITE_OK;
-        } else if (rc == SQLITE_DONE) {
-            value->clear();
-            rc = SQLITE_OK;
-        }
-    }
-    if (rc != SQLITE_OK) {
-        *reason = QStringLiteral("%1: %2").arg(QString::fromUtf8(sql), sqliteMessage(db, rc));
-        *code = rc;
-    }
-    sqlite3_finalize(stmt);
-    return rc == SQLITE_OK;
-}
-
-bool execRaw(sqlite3* db, const char* sql, QString* reason, int* code)
-{
-    char* message = nullptr;
-    const int rc = sqlite3_exec(db, sql, nullptr, nullptr, &message);
-    if (rc != SQLITE_OK) {
-        *reason = message ? QString::fromUtf8(message) : sqliteMessage(db, rc);
-        *code = rc;
-    }
-    sqlite3_free(message);
-    return rc == SQLITE_OK;
-}
-
-// Errors that say nothing about the file itself: a database that is merely
-// busy or a process that ran out of memory must not be moved aside.
-bool isTransient(int code)
-{
-    const int primary = code & 0xff;
-    return primary == SQLITE_BUSY || primary == SQLITE_LOCKED || primary == SQLITE_NOMEM
-        || primary == SQLITE_INTERRUPT;
-}
-
-QString firstWords(const char* sql)
-{
-    QString text = QString::fromUtf8(sql).simplified();
-    if (text.size() > 60)
-        text = text.left(60) + QStringLiteral("...");
-    return text;
+    SqliteSchema schema;
+    schema.create = sql::kCreateSchema;
+    schema.tables = { { "reminder", sql::kProbeReminder },
+                      { "reminder_removed", sql::kProbeRemoved },
+                      { "cache_file", sql::kProbeCacheFile } };
+    schema.version = sql::kSchemaVersion;
+    schema.prepareHandle = [](sqlite3* db) {
+        return sqlite3_create_function_v2(db, sql::kContainsFunction, 2,
+                                          SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS, nullptr,
+                                          &containsFunction, nullptr, nullptr, nullptr);
+    };
+    return schema;
 }
 
 } // namespace
 
 Connection::Connection(const QString& path)
-    : m_path(path)
+    : m_file(path, QStringLiteral("storage"), accountSchema(), SqliteFile::Threading::Shared)
 {
-    const QFileInfo info(m_path);
-    if (!QDir().mkpath(info.absolutePath())) {
-        logLine(QStringLiteral("storage: cannot create the directory %1 for the database")
-                    .arg(info.absolutePath()));
-        return;
-    }
-
-    QString reason;
-    int code = SQLITE_OK;
-    if (openAndCheck(&reason, &code))
-        return;
-    closeHandle();
-
-    if (isTransient(code)) {
-        logLine(QStringLiteral("storage: cannot open database %1 now, leaving it in place: %2")
-                    .arg(m_path, reason));
-        return;
-    }
-
-    const bool anyFile = QFileInfo::exists(m_path)
-        || QFileInfo::exists(m_path + QStringLiteral("-wal"))
-        || QFileInfo::exists(m_path + QStringLiteral("-shm"));
-    if (!anyFile) {
-        logLine(QStringLiteral("storage: cannot create database %1: %2").arg(m_path, reason));
-        return;
-    }
-
-    if (!moveAside(reason))
-        return;
-
-    if (!openAndCheck(&reason, &code)) {
-        closeHandle();
-        logLine(QStringLiteral("storage: cannot create a fresh database %1: %2").arg(m_path, reason));
-    }
 }
 
 Connection::~Connection()
 {
+    // No store may be halfway through a statement while the file closes.
     SyncLocker lock(&m_mutex);
-    closeHandle();
-}
-
-bool Connection::openAndCheck(QString* reason, int* code)
-{
-    const QByteArray nativePath = QFile::encodeName(m_path);
-    int rc = sqlite3_open_v2(nativePath.constData(), &m_db,
-                             SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
-                             nullptr);
-    if (rc != SQLITE_OK) {
-        *reason = sqliteMessage(m_db, rc);
-        *code = rc;
-        return false;
-    }
-    sqlite3_extended_result_codes(m_db, 1);
-    sqlite3_busy_timeout(m_db, kBusyTimeoutMs);
-    // Until the file has proven healthy, closing must not checkpoint a
-    // write-ahead log into it: a file that is moved aside stays as found.
-    sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-
-    // Reading the header and every page's structure: a file that is not a
-    // database fails here (in prepare or step), a damaged one reports
-    // something other than "ok". Nothing has been written so far.
-    QString check;
-    if (!singleText(m_db, "PRAGMA quick_check(1)", &check, reason, code))
-        return false;
-    if (check != QLatin1String("ok")) {
-        *reason = QStringLiteral("quick_check reported: %1").arg(check);
-        *code = SQLITE_CORRUPT;
-        return false;
-    }
-
-    rc = sqlite3_create_function_v2(m_db, sql::kContainsFunction, 2,
-                                    SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS,
-                                    nullptr, &containsFunction, nullptr, nullptr, nullptr);
-    if (rc != SQLITE_OK) {
-        *reason = QStringLiteral("registering %1: %2")
-                      .arg(QLatin1String(sql::kContainsFunction), sqliteMessage(m_db, rc));
-        *code = rc;
-        return false;
-    }
-
-    // Tables of ours that exist with another shape make the file unusable;
-    // find out while nothing has been written.
-    if (!checkExistingTables(reason, code))
-        return false;
-
-    // The schema goes in before the switch to write-ahead logging: should
-    // it fail, the rollback leaves the file as it was.
-    if (!createSchema(reason, code))
-        return false;
-
-    QString mode;
-    if (!singleText(m_db, "PRAGMA journal_mode=WAL", &mode, reason, code))
-        return false;
-    if (mode.compare(QLatin1String("wal"), Qt::CaseInsensitive) != 0)
-        logLine(QStringLiteral("storage: database %1 stays in journal mode %2").arg(m_path, mode));
-    if (!execRaw(m_db, "PRAGMA synchronous=NORMAL", reason, code))
-        return false;
-
-    sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
-    return true;
-}
-
-bool Connection::createSchema(QString* reason, int* code)
-{
-    QString versionText;
-    if (!singleText(m_db, "PRAGMA user_version", &versionText, reason, code))
-        return false;
-    const int version = versionText.toInt();
-
-    if (!execRaw(m_db, "BEGIN IMMEDIATE", reason, code))
-        return false;
-    bool ok = execRaw(m_db, sql::kCreateSchema, reason, code);
-    if (ok && version < sql::kSchemaVersion) {
-        // A pragma takes no parameters; the value is our own constant.
-        const QByteArray setVersion =
-            QByteArrayLiteral("PRAGMA user_version=") + QByteArray::number(sql::kSchemaVersion);
-        ok = execRaw(m_db, setVersion.constData(), reason, code);
-    }
-    if (ok)
-        ok = execRaw(m_db, "COMMIT", reason, code);
-    if (!ok) {
-        if (!sqlite3_get_autocommit(m_db)) {
-            QString ignored;
-            int ignoredCode = SQLITE_OK;
-            execRaw(m_db, "ROLLBACK", &ignored, &ignoredCode);
-        }
-        *reason = QStringLiteral("creating the schema: %1").arg(*reason);
-        return false;
-    }
-
-    return true;
-}
-
-bool Connection::checkExistingTables(QString* reason, int* code)
-{
-    struct Table
-    {
-        const char* name;
-        const char* probe;
-    };
-    for (const Table& table : { Table { "reminder", sql::kProbeReminder },
-                                Table { "reminder_removed", sql::kProbeRemoved },
-                                Table { "cache_file", sql::kProbeCacheFile } }) {
-        sqlite3_stmt* stmt = nullptr;
-        int rc = sqlite3_prepare_v2(m_db, "SELECT count(*) FROM sqlite_schema WHERE name = ?1", -1,
-                                    &stmt, nullptr);
-        if (rc == SQLITE_OK)
-            rc = sqlite3_bind_text(stmt, 1, table.name, -1, SQLITE_STATIC);
-        bool exists = false;
-        if (rc == SQLITE_OK) {
-            rc = sqlite3_step(stmt);
-            if (rc == SQLITE_ROW) {
-                exists = sqlite3_column_int(stmt, 0) > 0;
-                rc = SQLITE_OK;
-            }
-        }
-        if (rc != SQLITE_OK) {
-            *reason = QStringLiteral("reading the schema: %1").arg(sqliteMessage(m_db, rc));
-            *code = rc;
-            sqlite3_finalize(stmt);
-            return false;
-        }
-        sqlite3_finalize(stmt);
-        if (!exists)
-            continue;
-
-        stmt = nullptr;
-        rc = sqlite3_prepare_v2(m_db, table.probe, -1, &stmt, nullptr);
-        sqlite3_finalize(stmt);
-        if (rc != SQLITE_OK) {
-            *reason = QStringLiteral("table %1 has an unexpected shape: %2")
-                          .arg(QLatin1String(table.name), sqliteMessage(m_db, rc));
-            *code = SQLITE_CORRUPT;
-            return false;
-        }
-    }
-    return true;
-}
-
-void Connection::closeHandle()
-{
-    for (sqlite3_stmt* stmt : std::as_const(m_statements))
-        sqlite3_finalize(stmt);
-    m_statements.clear();
-    if (m_db) {
-        sqlite3_close_v2(m_db);
-        m_db = nullptr;
-    }
-}
-
-bool Connection::moveAside(const QString& reason)
-{
-    const QString stamp =
-        QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-hhmmss-zzz"));
-    QString target = m_path + QStringLiteral(".corrupt-") + stamp;
-    for (int n = 2; QFileInfo::exists(target) || QFileInfo::exists(target + QStringLiteral("-wal"))
-         || QFileInfo::exists(target + QStringLiteral("-shm"));
-         ++n) {
-        target = m_path + QStringLiteral(".corrupt-") + stamp + QLatin1Char('-') + QString::number(n);
-    }
-
-    if (QFileInfo::exists(m_path)) {
-        if (!QFile::rename(m_path, target)) {
-            logLine(QStringLiteral("storage: cannot open database %1 (%2) and cannot move it "
-                                   "aside to %3; leaving it untouched")
-                        .arg(m_path, reason, target));
-            return false;
-        }
-        m_movedAside = target;
-    }
-
-    // The log and shared-memory files belong to the moved file: they keep
-    // SQLite's naming next to it, so the set can still be opened together.
-    QStringList moved;
-    if (!m_movedAside.isEmpty())
-        moved << m_movedAside;
-    for (const char* suffix : { "-wal", "-shm" }) {
-        const QString from = m_path + QLatin1String(suffix);
-        if (!QFileInfo::exists(from))
-            continue;
-        const QString to = target + QLatin1String(suffix);
-        if (QFile::rename(from, to)) {
-            moved << to;
-        } else if (!QFile::remove(from)) {
-            // A stale log left next to the fresh database would be replayed
-            // into it; refuse to go on.
-            logLine(QStringLiteral("storage: cannot move %1 aside to %2").arg(from, to));
-            return false;
-        } else {
-            logLine(QStringLiteral("storage: cannot move %1 aside to %2; removed it").arg(from, to));
-        }
-    }
-
-    logLine(QStringLiteral("storage: database %1 could not be used (%2); moved it aside to %3 "
-                           "and starting with an empty database")
-                .arg(m_path, reason, moved.join(QStringLiteral(", "))));
-    return true;
-}
-
-sqlite3_stmt* Connection::statement(const char* sql)
-{
-    if (!m_db) {
-        logLine(QStringLiteral("storage: %1 failed: database is not open").arg(firstWords(sql)));
-        return nullptr;
-    }
-    const QByteArray key = QByteArray::fromRawData(sql, static_cast<qsizetype>(std::strlen(sql)));
-    const auto it = m_statements.constFind(key);
-    if (it != m_statements.constEnd()) {
-        sqlite3_reset(it.value());
-        sqlite3_clear_bindings(it.value());
-        return it.value();
-    }
-
-    sqlite3_stmt* stmt = nullptr;
-    const int rc = sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr);
-    if (rc != SQLITE_OK || !stmt) {
-        logLine(QStringLiteral("storage: preparing %1 failed: %2")
-                    .arg(firstWords(sql), sqliteMessage(m_db, rc)));
-        sqlite3_finalize(stmt);
-        return nullptr;
-    }
-    m_statements.insert(QByteArray(sql), stmt);
-    return stmt;
-}
-
-bool Connection::exec(const char* sql)
-{
-    if (!m_db) {
-        logLine(QStringLiteral("storage: %1 failed: database is not open").arg(firstWords(sql)));
-        return false;
-    }
-    QString reason;
-    int code = SQLITE_OK;
-    if (execRaw(m_db, sql, &reason, &code))
-        return true;
-    logLine(QStringLiteral("storage: %1 failed: %2").arg(firstWords(sql), reason));
-    return false;
-}
-
-void Connection::logError(const char* what) const
-{
-    const QString message = m_db ? QString::fromUtf8(sqlite3_errmsg(m_db))
-                                 : QStringLiteral("database is not open");
-    logLine(QStringLiteral("storage: %1 failed: %2").arg(QLatin1String(what), message));
+    m_file.close();
 }
 
 } // namespace storage

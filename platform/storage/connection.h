@@ -1,7 +1,7 @@
 #pragma once
 
-#include <QByteArray>
-#include <QHash>
+#include "sqlitefile.h"
+
 #include <QMutex>
 #include <QString>
 
@@ -13,7 +13,8 @@ namespace storage {
 // One SQLite connection of an account's database, shared by the account's
 // stores. Every use holds the connection's lock (the stores are called from
 // the storage worker, the handler's thread and the search job alike), and
-// statements are prepared once and cached.
+// statements are prepared once and cached. How the file is opened, checked
+// and, when unusable, moved aside: SqliteFile.
 class Connection
 {
 public:
@@ -22,40 +23,25 @@ public:
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    bool isOpen() const { return m_db != nullptr; }
-    QString path() const { return m_path; }
+    bool isOpen() const { return m_file.isOpen(); }
+    QString path() const { return m_file.path(); }
     // Where a database that could not be opened was moved, or empty.
-    QString movedAsidePath() const { return m_movedAside; }
+    QString movedAsidePath() const { return m_file.movedAsidePath(); }
 
     QMutex& mutex() { return m_mutex; }
-    sqlite3* handle() const { return m_db; }
+    sqlite3* handle() const { return m_file.handle(); }
 
     // A cached prepared statement, reset and with its bindings cleared;
     // null (and logged) when it does not compile. Call with the lock held.
-    sqlite3_stmt* statement(const char* sql);
+    sqlite3_stmt* statement(const char* sql) { return m_file.statement(sql); }
     // Runs statements without results; false (and logged) on error.
-    bool exec(const char* sql);
+    bool exec(const char* sql) { return m_file.exec(sql); }
     // Logs the connection's last error with the operation's name.
-    void logError(const char* what) const;
+    void logError(const char* what) const { m_file.logError(what); }
 
 private:
-    // Opens the file and makes sure it is a healthy database with the
-    // current schema. On failure `reason` says why and `code` holds the
-    // SQLite result code; the handle may be left open for closeHandle().
-    bool openAndCheck(QString* reason, int* code);
-    // False when a table of ours exists with other columns (read only).
-    bool checkExistingTables(QString* reason, int* code);
-    bool createSchema(QString* reason, int* code);
-    void closeHandle();
-    // Renames the database and its -wal/-shm files out of the way; false
-    // when the main file could not be moved (it must then stay untouched).
-    bool moveAside(const QString& reason);
-
-    QString m_path;
-    QString m_movedAside;
-    sqlite3* m_db = nullptr;
-    QHash<QByteArray, sqlite3_stmt*> m_statements;
     QMutex m_mutex;
+    SqliteFile m_file;
 };
 
 } // namespace storage

@@ -1,0 +1,363 @@
+#include "sqlitefile.h"
+
+#include "imlog.h"
+
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <sqlite3.h>
+
+#include <cstring>
+#include <utility>
+
+namespace {
+
+constexpr int kBusyTimeoutMs = 5000;
+
+QString sqliteMessage(sqlite3* db, int code)
+{
+    if (db)
+        return QString::fromUtf8(sqlite3_errmsg(db));
+    return QString::fromUtf8(sqlite3_errstr(code));
+}
+
+// Runs a statement that returns a single text row (a pragma) and gives
+// that text back; false with the SQLite message in `reason` on error.
+bool singleText(sqlite3* db, const char* sql, QString* value, QString* reason, int* code)
+{
+    sqlite3_stmt* stmt = nullptr;
+    int rc = sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr);
+    if (rc == SQLITE_OK) {
+        rc = sqlite3_step(stmt);
+        if (rc == SQLITE_ROW) {
+            const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(stmt, 0));
+            *value = text ? QString::fromUtf8(text) : QString();
+            rc = SQLITE_OK;
+        } else if (rc == SQLITE_DONE) {
+            value->clear();
+            rc = SQLITE_OK;
+        }
+    }
+    if (rc != SQLITE_OK) {
+        *reason = QStringLiteral("%1: %2").arg(QString::fromUtf8(sql), sqliteMessage(db, rc));
+        *code = rc;
+    }
+    sqlite3_finalize(stmt);
+    return rc == SQLITE_OK;
+}
+
+bool execRaw(sqlite3* db, const char* sql, QString* reason, int* code)
+{
+    char* message = nullptr;
+    const int rc = sqlite3_exec(db, sql, nullptr, nullptr, &message);
+    if (rc != SQLITE_OK) {
+        *reason = message ? QString::fromUtf8(message) : sqliteMessage(db, rc);
+        *code = rc;
+    }
+    sqlite3_free(message);
+    return rc == SQLITE_OK;
+}
+
+// Errors that say nothing about the file itself: a database that is merely
+// busy or a process that ran out of memory must not be moved aside.
+bool isTransient(int code)
+{
+    const int primary = code & 0xff;
+    return primary == SQLITE_BUSY || primary == SQLITE_LOCKED || primary == SQLITE_NOMEM
+        || primary == SQLITE_INTERRUPT;
+}
+
+QString firstWords(const char* sql)
+{
+    QString text = QString::fromUtf8(sql).simplified();
+    if (text.size() > 60)
+        text = text.left(60) + QStringLiteral("...");
+    return text;
+}
+
+} // namespace
+
+SqliteFile::SqliteFile(const QString& path, const QString& logPrefix, SqliteSchema schema, Threading threading)
+    : m_path(path),
+      m_logPrefix(logPrefix),
+      m_schema(std::move(schema)),
+      m_openFlags(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE
+                  | (threading == Threading::Shared ? SQLITE_OPEN_FULLMUTEX : SQLITE_OPEN_NOMUTEX))
+{
+    const QFileInfo info(m_path);
+    if (!QDir().mkpath(info.absolutePath())) {
+        log(QStringLiteral("cannot create the directory %1 for the database").arg(info.absolutePath()));
+        return;
+    }
+
+    QString reason;
+    int code = SQLITE_OK;
+    if (openAndCheck(&reason, &code))
+        return;
+    close();
+
+    if (isTransient(code)) {
+        log(QStringLiteral("cannot open database %1 now, leaving it in place: %2").arg(m_path, reason));
+        return;
+    }
+
+    const bool anyFile = QFileInfo::exists(m_path) || QFileInfo::exists(m_path + QStringLiteral("-wal"))
+        || QFileInfo::exists(m_path + QStringLiteral("-shm"));
+    if (!anyFile) {
+        log(QStringLiteral("cannot create database %1: %2").arg(m_path, reason));
+        return;
+    }
+
+    if (!moveAside(reason))
+        return;
+
+    if (!openAndCheck(&reason, &code)) {
+        close();
+        log(QStringLiteral("cannot create a fresh database %1: %2").arg(m_path, reason));
+    }
+}
+
+SqliteFile::~SqliteFile()
+{
+    close();
+}
+
+bool SqliteFile::openAndCheck(QString* reason, int* code)
+{
+    const QByteArray nativePath = QFile::encodeName(m_path);
+    int rc = sqlite3_open_v2(nativePath.constData(), &m_db, m_openFlags, nullptr);
+    if (rc != SQLITE_OK) {
+        *reason = sqliteMessage(m_db, rc);
+        *code = rc;
+        return false;
+    }
+    sqlite3_extended_result_codes(m_db, 1);
+    sqlite3_busy_timeout(m_db, kBusyTimeoutMs);
+    // Until the file has proven healthy, closing must not checkpoint a
+    // write-ahead log into it: a file that is moved aside stays as found.
+    sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+
+    // Reading the header and every page's structure: a file that is not a
+    // database fails here (in prepare or step), a damaged one reports
+    // something other than "ok". Nothing has been written so far.
+    QString check;
+    if (!singleText(m_db, "PRAGMA quick_check(1)", &check, reason, code))
+        return false;
+    if (check != QLatin1String("ok")) {
+        *reason = QStringLiteral("quick_check reported: %1").arg(check);
+        *code = SQLITE_CORRUPT;
+        return false;
+    }
+
+    if (m_schema.prepareHandle) {
+        rc = m_schema.prepareHandle(m_db);
+        if (rc != SQLITE_OK) {
+            *reason = QStringLiteral("preparing the connection: %1").arg(sqliteMessage(m_db, rc));
+            *code = rc;
+            return false;
+        }
+    }
+
+    // Tables of ours that exist with another shape make the file unusable;
+    // find out while nothing has been written.
+    if (!checkExistingTables(reason, code))
+        return false;
+
+    // The schema goes in before the switch to write-ahead logging: should
+    // it fail, the rollback leaves the file as it was.
+    if (!createSchema(reason, code))
+        return false;
+
+    QString mode;
+    if (!singleText(m_db, "PRAGMA journal_mode=WAL", &mode, reason, code))
+        return false;
+    if (mode.compare(QLatin1String("wal"), Qt::CaseInsensitive) != 0)
+        log(QStringLiteral("database %1 stays in journal mode %2").arg(m_path, mode));
+    if (!execRaw(m_db, "PRAGMA synchronous=NORMAL", reason, code))
+        return false;
+
+    sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
+    return true;
+}
+
+bool SqliteFile::createSchema(QString* reason, int* code)
+{
+    int version = 0;
+    if (m_schema.version > 0) {
+        QString versionText;
+        if (!singleText(m_db, "PRAGMA user_version", &versionText, reason, code))
+            return false;
+        version = versionText.toInt();
+    }
+
+    if (!execRaw(m_db, "BEGIN IMMEDIATE", reason, code))
+        return false;
+    bool ok = !m_schema.create || execRaw(m_db, m_schema.create, reason, code);
+    if (ok && version < m_schema.version) {
+        // A pragma takes no parameters; the value is the owner's constant.
+        const QByteArray setVersion =
+            QByteArrayLiteral("PRAGMA user_version=") + QByteArray::number(m_schema.version);
+        ok = execRaw(m_db, setVersion.constData(), reason, code);
+    }
+    if (ok)
+        ok = execRaw(m_db, "COMMIT", reason, code);
+    if (!ok) {
+        if (!sqlite3_get_autocommit(m_db)) {
+            QString ignored;
+            int ignoredCode = SQLITE_OK;
+            execRaw(m_db, "ROLLBACK", &ignored, &ignoredCode);
+        }
+        *reason = QStringLiteral("creating the schema: %1").arg(*reason);
+        return false;
+    }
+    return true;
+}
+
+bool SqliteFile::checkExistingTables(QString* reason, int* code)
+{
+    for (const SqliteSchema::Table& table : std::as_const(m_schema.tables)) {
+        sqlite3_stmt* stmt = nullptr;
+        int rc = sqlite3_prepare_v2(m_db, "SELECT count(*) FROM sqlite_schema WHERE name = ?1", -1, &stmt,
+                                    nullptr);
+        if (rc == SQLITE_OK)
+            rc = sqlite3_bind_text(stmt, 1, table.name, -1, SQLITE_STATIC);
+        bool exists = false;
+        if (rc == SQLITE_OK) {
+            rc = sqlite3_step(stmt);
+            if (rc == SQLITE_ROW) {
+                exists = sqlite3_column_int(stmt, 0) > 0;
+                rc = SQLITE_OK;
+            }
+        }
+        if (rc != SQLITE_OK) {
+            *reason = QStringLiteral("reading the schema: %1").arg(sqliteMessage(m_db, rc));
+            *code = rc;
+            sqlite3_finalize(stmt);
+            return false;
+        }
+        sqlite3_finalize(stmt);
+        if (!exists)
+            continue;
+
+        stmt = nullptr;
+        rc = sqlite3_prepare_v2(m_db, table.probe, -1, &stmt, nullptr);
+        sqlite3_finalize(stmt);
+        if (rc != SQLITE_OK) {
+            *reason = QStringLiteral("table %1 has an unexpected shape: %2")
+                          .arg(QLatin1String(table.name), sqliteMessage(m_db, rc));
+            *code = SQLITE_CORRUPT;
+            return false;
+        }
+    }
+    return true;
+}
+
+void SqliteFile::close()
+{
+    for (sqlite3_stmt* stmt : std::as_const(m_statements))
+        sqlite3_finalize(stmt);
+    m_statements.clear();
+    if (m_db) {
+        sqlite3_close_v2(m_db);
+        m_db = nullptr;
+    }
+}
+
+bool SqliteFile::moveAside(const QString& reason)
+{
+    const QString stamp = QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-hhmmss-zzz"));
+    QString target = m_path + QStringLiteral(".corrupt-") + stamp;
+    for (int n = 2; QFileInfo::exists(target) || QFileInfo::exists(target + QStringLiteral("-wal"))
+         || QFileInfo::exists(target + QStringLiteral("-shm"));
+         ++n) {
+        target = m_path + QStringLiteral(".corrupt-") + stamp + QLatin1Char('-') + QString::number(n);
+    }
+
+    if (QFileInfo::exists(m_path)) {
+        if (!QFile::rename(m_path, target)) {
+            log(QStringLiteral("cannot open database %1 (%2) and cannot move it aside to %3; leaving it untouched")
+                    .arg(m_path, reason, target));
+            return false;
+        }
+        m_movedAside = target;
+    }
+
+    // The log and shared-memory files belong to the moved file: they keep
+    // SQLite's naming next to it, so the set can still be opened together.
+    QStringList moved;
+    if (!m_movedAside.isEmpty())
+        moved << m_movedAside;
+    for (const char* suffix : { "-wal", "-shm" }) {
+        const QString from = m_path + QLatin1String(suffix);
+        if (!QFileInfo::exists(from))
+            continue;
+        const QString to = target + QLatin1String(suffix);
+        if (QFile::rename(from, to)) {
+            moved << to;
+        } else if (!QFile::remove(from)) {
+            // A stale log left next to the fresh database would be replayed
+            // into it; refuse to go on.
+            log(QStringLiteral("cannot move %1 aside to %2").arg(from, to));
+            return false;
+        } else {
+            log(QStringLiteral("cannot move %1 aside to %2; removed it").arg(from, to));
+        }
+    }
+
+    log(QStringLiteral("database %1 could not be used (%2); moved it aside to %3 and starting with an empty "
+                       "database")
+            .arg(m_path, reason, moved.join(QStringLiteral(", "))));
+    return true;
+}
+
+sqlite3_stmt* SqliteFile::statement(const char* sql)
+{
+    if (!m_db) {
+        log(QStringLiteral("%1 failed: database is not open").arg(firstWords(sql)));
+        return nullptr;
+    }
+    const QByteArray key = QByteArray::fromRawData(sql, static_cast<qsizetype>(std::strlen(sql)));
+    const auto it = m_statements.constFind(key);
+    if (it != m_statements.constEnd()) {
+        sqlite3_reset(it.value());
+        sqlite3_clear_bindings(it.value());
+        return it.value();
+    }
+
+    sqlite3_stmt* stmt = nullptr;
+    const int rc = sqlite3_prepare_v3(m_db, sql, -1, SQLITE_PREPARE_PERSISTENT, &stmt, nullptr);
+    if (rc != SQLITE_OK || !stmt) {
+        log(QStringLiteral("preparing %1 failed: %2").arg(firstWords(sql), sqliteMessage(m_db, rc)));
+        sqlite3_finalize(stmt);
+        return nullptr;
+    }
+    m_statements.insert(QByteArray(sql), stmt);
+    return stmt;
+}
+
+bool SqliteFile::exec(const char* sql)
+{
+    if (!m_db) {
+        log(QStringLiteral("%1 failed: database is not open").arg(firstWords(sql)));
+        return false;
+    }
+    QString reason;
+    int code = SQLITE_OK;
+    if (execRaw(m_db, sql, &reason, &code))
+        return true;
+    log(QStringLiteral("%1 failed: %2").arg(firstWords(sql), reason));
+    return false;
+}
+
+void SqliteFile::logError(const char* what) const
+{
+    const QString message = m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : QStringLiteral("database is not open");
+    log(QStringLiteral("%1 failed: %2").arg(QLatin1String(what), message));
+}
+
+void SqliteFile::log(const QString& text) const
+{
+    ImLog::instance()->error(m_logPrefix + QStringLiteral(": ") + text);
+}

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QString>
+
+#include <functional>
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+// What a SqliteFile holds.
+struct SqliteSchema
+{
+    struct Table
+    {
+        const char* name;
+        // A SELECT naming every column: run when the table exists, it fails
+        // on a table of another shape.
+        const char* probe;
+    };
+    // Statements that create the tables, run in one transaction on every
+    // open, so each must be idempotent (IF NOT EXISTS).
+    const char* create = nullptr;
+    // The tables of ours, checked before anything is written.
+    QList<Table> tables;
+    // Written to user_version when the file's is lower; 0: not versioned.
+    int version = 0;
+    // Runs on a fresh handle once the file has proven to be a database
+    // (registering SQL functions, say); returns an SQLite result code.
+    std::function<int(sqlite3*)> prepareHandle;
+};
+
+// One SQLite database file, open only when it is healthy and holds our
+// tables in our shape. A file that cannot be used (not a database, damaged,
+// or with one of our tables in another shape) is renamed aside with its
+// -wal and -shm files, never overwritten; the move is logged and an empty
+// file takes its place. A file that is merely busy, or a process out of
+// memory, leaves the file where it is and this one closed. Write-ahead
+// logging, synchronous=NORMAL. Statements are prepared once and cached.
+// Not locked: the owner serialises its use.
+class SqliteFile
+{
+public:
+    enum class Threading {
+        Shared, // SQLite's own mutex on (used from several threads, one at a time)
+        Single, // one thread only
+    };
+
+    // logPrefix starts every log line ("storage", "reminder server").
+    SqliteFile(const QString& path, const QString& logPrefix, SqliteSchema schema, Threading threading);
+    ~SqliteFile();
+    SqliteFile(const SqliteFile&) = delete;
+    SqliteFile& operator=(const SqliteFile&) = delete;
+
+    bool isOpen() const { return m_db != nullptr; }
+    QString path() const { return m_path; }
+    // Where a file that could not be used was moved, or empty.
+    QString movedAsidePath() const { return m_movedAside; }
+    sqlite3* handle() const { return m_db; }
+
+    // A cached prepared statement, reset and with its bindings cleared;
+    // null (and logged) when the file is closed or the SQL does not compile.
+    sqlite3_stmt* statement(const char* sql);
+    // Runs statements without results; false (and logged) on error.
+    bool exec(const char* sql);
+    // Logs the last error with the operation's name.
+    void logError(const char* what) const;
+    // Finalises the statements and closes the file.
+    void close();
+
+private:
+    // On failure `reason` says why and `code` holds the SQLite result
+    // code; the handle may be left open for close().
+    bool openAndCheck(QString* reason, int* code);
+    bool checkExistingTables(QString* reason, int* code);
+    bool createSchema(QString* reason, int* code);
+    // False when the main file could not be moved (it then stays as found).
+    bool moveAside(const QString& reason);
+    void log(const QString& text) const;
+
+    QString m_path;
+    QString m_logPrefix;
+    SqliteSchema m_schema;
+    int m_openFlags = 0;
+    QString m_movedAside;
+    sqlite3* m_db = nullptr;
+    QHash<QByteArray, sqlite3_stmt*> m_statements;
+};
