@@ -27,7 +27,6 @@ public:
     void update(const ReminderItem* item);
     // Copies whose time t satisfies after < t < before.
     int countBetween(qint64 after, qint64 before) const;
-    bool contains(const ReminderItem* item) const { return m_entries.contains(item); }
     void clear();
 
 private:
