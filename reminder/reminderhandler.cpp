@@ -18,6 +18,7 @@
 #include "fileitem.h"
 #include "filemanager.h"
 #include "imlog.h"
+#include "localloader.h"
 #include "modelbaseutil.h"
 #include "networksubject.h"
 #include "relativemessage.h"
@@ -79,6 +80,12 @@ ReminderHandler::~ReminderHandler()
     // Storage tasks hold this handler's follow-ups, and a search job reads
     // its lists: let them run out first.
     setStopped(true);
+    m_clearGeneration.fetchAndAddOrdered(1);
+    {
+        // A load on another thread reads through this handler: let it end.
+        std::unique_lock<std::mutex> lock(m_loadMutex);
+        m_loadsDone.wait(lock, [this] { return m_loadsRunning == 0; });
+    }
     m_searchFuture.waitForFinished();
     CrossThread::acquire(&m_searchFuture);
     ThreadManager::getInstance()->waitForIdle();
@@ -113,71 +120,90 @@ void ReminderHandler::loadLocalData(bool connectOnly)
     }
     if (connectOnly || !m_account)
         return;
-    // A new load after the data was cleared starts with the stop flag down.
-    setStopped(false);
+    beginLoad();
+    // Deliberate: the load never lowers the stop flag. A stop raised while
+    // the load starts must stop it; clearData lowers the flag for the next
+    // load, and a clear during the read makes its result stale.
+    const int generation = m_clearGeneration.loadAcquire();
+    LocalLoader loader(
+        m_account, [this, generation] { return isStopped() || m_clearGeneration.loadAcquire() != generation; },
+        [this](const QSharedPointer<ContentItem>& content) { return needUpload(content); });
+    LoadedReminders loaded = loader.read();
+    QPointer<ReminderHandler> self(this);
+    CrossThread::invoke(this, [self, generation, loaded] {
+        // Cleared while reading: what was read belongs to the dropped data.
+        if (self && self->m_clearGeneration.loadAcquire() == generation)
+            self->takeLoaded(loaded);
+    });
+    endLoad();
+}
 
-    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
-    const QList<storage::ReminderInfo> infos = store->allInfos();
+void ReminderHandler::beginLoad()
+{
+    std::lock_guard<std::mutex> lock(m_loadMutex);
+    ++m_loadsRunning;
+}
+
+void ReminderHandler::endLoad()
+{
+    std::lock_guard<std::mutex> lock(m_loadMutex);
+    if (--m_loadsRunning == 0)
+        m_loadsDone.notify_all();
+}
+
+void ReminderHandler::takeLoaded(const LoadedReminders& loaded)
+{
+    for (const QString& id : loaded.takenIds)
+        updateLastRemindId(id);
+    for (const QString& id : loaded.unreadableIds)
+        m_skippedRecords.insert(id);
+
+    // A reminder the list already shows (a second load of the same store)
+    // stays as it is: the shown one is at least as new as its record.
+    const bool wasEmpty = m_reminderModel->rowCount() == 0;
+    QList<ReminderItemPtr> fresh;
+    fresh.reserve(loaded.reminders.size());
     int overdue = 0;
     QVariantList notifications;
-    QStringList cacheKeys;
-    QList<ReminderItemPtr> items;
-    items.reserve(infos.size());
-    QThread* mainThread = QCoreApplication::instance() ? QCoreApplication::instance()->thread() : thread();
-
-    for (const storage::ReminderInfo& info : infos) {
-        if (isStopped())
-            break;
-        ReminderItemPtr item(new ReminderItem(info, m_account));
-        if (item->remindId().isEmpty()) {
-            // An unreadable record stays in storage untouched; it is not shown.
-            ImLog::instance()->error(QStringLiteral("Reminder record %1 could not be read").arg(info.id));
+    for (const LoadedReminder& reminder : loaded.reminders) {
+        const ReminderItemPtr& item = reminder.item;
+        const QString id = item->remindId();
+        if (!wasEmpty && m_reminderModel->itemById(id))
             continue;
-        }
-        item->refreshSnooze();
-        if (item->remindTime() != info.remindTime)
-            store->updateRemindTime(info.id, item->remindTime());
-        updateLastRemindId(info.id);
-        item->moveToThread(mainThread);
-
-        if (needUpload(item->contentPtr())) {
+        m_skippedRecords.remove(id);
+        if (reminder.waitsForUpload) {
             SyncLocker lock(&m_uploadMutex);
-            m_failedUploads.insert(info.id, item);
-        } else if (item->content())
-            item->content()->appendCacheKeys(cacheKeys);
-
-        if (!item->completed() && now() > item->showRemindTime()) {
-            if (item->showRemindTime() > 0)
-                ++overdue;
-            if (item->snooze() > 0 && item->remindTime() > item->showRemindTime() && !item->reminded())
-                makeNotifyMsgs(item, notifications);
+            m_failedUploads.insert(id, item);
         }
+        if (reminder.overdue)
+            ++overdue;
+        if (reminder.notify)
+            makeNotifyMsgs(item, notifications);
         if (item->lastContentTime() > 0 || item->lastCompletedTime() > 0 || item->lastPatternTime() > 0
             || item->lastUnreadTime() > 0)
-            m_pendingSync.insert(info.id);
-        items.append(item);
-    }
-    // A deleted reminder's id stays a tombstone on the server, so its
-    // sequence counts as well.
-    if (!isStopped()) {
-        for (const QString& removed : store->removedIds())
-            updateLastRemindId(removed);
+            m_pendingSync.insert(id);
+        fresh.append(item);
     }
 
-    if (!cacheKeys.isEmpty()) {
-        storage::CacheFileStorage* cache = m_account->storage()->cacheFileStorage();
-        const qint64 usedAt = now();
-        ThreadManager::getInstance()->invoke([cache, cacheKeys, usedAt] { cache->updateTimestamp(cacheKeys, usedAt); },
-                                             onMainThread());
+    m_reminderModel->insertItems(fresh);
+    m_nearestTimestamp = storedNearest();
+    if (wasEmpty)
+        setUncompleteOverdueCount(overdue);
+    else
+        recountOverdue();
+    if (!notifications.isEmpty()) {
+        // Shown later, on this thread, unless the data is dropped first.
+        const int generation = m_clearGeneration.loadAcquire();
+        QPointer<ReminderHandler> self(this);
+        CrossThread::post(this, [self, generation, notifications] {
+            if (self && self->m_clearGeneration.loadAcquire() == generation)
+                self->notifyReminder(notifications);
+        });
     }
-    m_reminderModel->insertItems(items);
-    m_nearestTimestamp = store->nearestTimestamp();
-    if (overdue != m_uncompleteOverdueCount) {
-        m_uncompleteOverdueCount = overdue;
-        emit uncompleteOverdueCountChanged();
-    }
-    if (!notifications.isEmpty())
-        CrossThread::invoke(this, [this, notifications] { notifyReminder(notifications); });
+    // The host's listing finished before the load did: what the load found
+    // unsent goes out now, as it would have at the listing's end.
+    if (m_listFinished)
+        onListFinished();
 }
 
 void ReminderHandler::onListFinished()
@@ -234,6 +260,10 @@ void ReminderHandler::clearData(bool)
     // Nothing is pending and nothing is sent until the next load and list.
     m_nearestTimestamp = 0;
     m_listFinished = false;
+    m_skippedRecords.clear();
+    // A load still reading takes nothing in; the next load may run.
+    m_clearGeneration.fetchAndAddOrdered(1);
+    setStopped(false);
 }
 
 void ReminderHandler::clearStatus()
@@ -315,6 +345,9 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
     if (type == UpdateAll)
         write = item->serialize(info);
     const QString id = item->remindId();
+    // The record is this reminder's from now on: the timer counts it again.
+    if (write)
+        m_skippedRecords.remove(id);
     const qint64 remindTime = item->remindTime();
     storage::ReminderStorage* store = m_account->storage()->reminderStorage();
     QPointer<ReminderHandler> self(this);
@@ -367,7 +400,7 @@ void ReminderHandler::updateNearestTimer(const ReminderItemPtr& item)
         candidate = item->remindTime();
     } else if (m_nearestTimestamp < item->remindTime()) {
         // The item may have been the nearest one and moved later.
-        candidate = m_account->storage()->reminderStorage()->nearestTimestamp();
+        candidate = storedNearest();
         if (candidate == m_nearestTimestamp)
             return;
     } else if (m_nearestTimestamp == item->remindTime()) {
@@ -384,7 +417,7 @@ void ReminderHandler::refreshAfterSave(const ReminderItemPtr& item)
     if (!item)
         return;
     if (item->reminded()) {
-        const qint64 nearest = m_account->storage()->reminderStorage()->nearestTimestamp();
+        const qint64 nearest = storedNearest();
         if (nearest != m_nearestTimestamp) {
             m_nearestTimestamp = nearest;
             checkStartTimer();
@@ -411,6 +444,7 @@ void ReminderHandler::onTimeOut()
     }
 
     bool stuck = false;
+    QSet<QString> handled;
     if (m_nearestTimestamp > 0) {
         storage::ReminderStorage* store = m_account->storage()->reminderStorage();
         do {
@@ -418,12 +452,18 @@ void ReminderHandler::onTimeOut()
             QVariantList notifications;
             qint64 oldTime = 0;
             qint64 newTime = 0;
+            handled.clear();
             for (const storage::ReminderInfo& info : due) {
                 if (info.reminded)
                     continue;
                 ReminderItemPtr item = m_reminderModel->itemById(info.id);
-                if (!item)
+                if (!item) {
+                    // Nothing to notify; left as it is, and stepped over so
+                    // that it does not hold up the reminders after it.
+                    skipRecord(info.id, "has no reminder in the list");
                     continue;
+                }
+                handled.insert(info.id);
                 bool unreadStep = false;
                 if (item->reminded()) {
                     // The stored record lags behind the item.
@@ -461,7 +501,7 @@ void ReminderHandler::onTimeOut()
                 AccountManager::getInstance()->notifyNewMessage(notifications);
 
             const qint64 previous = m_nearestTimestamp;
-            m_nearestTimestamp = store->nearestTimestamp();
+            m_nearestTimestamp = storedNearest();
             if (m_nearestTimestamp == previous) {
                 ImLog::instance()->error(
                     QStringLiteral("Reminder time out notify: old time(%1), new time(%2), nearest time(%3)")
@@ -480,43 +520,61 @@ void ReminderHandler::onTimeOut()
     if (m_nearestTimestamp == 0)
         m_remindTimer.stop();
     else if (stuck)
-        rearmWhenStorageCaughtUp(m_nearestTimestamp);
+        rearmWhenStorageCaughtUp(m_nearestTimestamp, handled);
     else
         checkStartTimer();
 }
 
-void ReminderHandler::rearmWhenStorageCaughtUp(qint64 stuckAt)
+void ReminderHandler::rearmWhenStorageCaughtUp(qint64 stuckAt, const QSet<QString>& handled)
 {
     // The pass's writes are still queued on the storage worker, so storage
     // reported the instant it had just handled. Instead of handling it again
     // at once (from records that are about to change), the timer rule runs
-    // again behind those writes. If storage still reports the same instant
-    // then (a record with no reminder to fire), the next try waits for the
-    // hourly tick.
+    // again behind those writes.
     QPointer<ReminderHandler> self(this);
-    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
-    runOnStorage([self, store, stuckAt] {
-        const qint64 nearest = store->nearestTimestamp();
+    runOnStorage([self, stuckAt, handled] {
         if (!self)
             return;
-        CrossThread::invoke(
-            self.data(),
-            [self, nearest, stuckAt] {
-                if (!self)
-                    return;
-                self->m_nearestTimestamp = nearest;
-                if (nearest == 0) {
-                    self->m_remindTimer.stop();
-                } else if (nearest == stuckAt && nearest <= self->now()) {
-                    self->m_remindTimer.stop();
-                    self->m_remindTimer.setSingleShot(false);
-                    self->m_remindTimer.setInterval(int(ONE_HOURE));
-                    self->m_remindTimer.start();
-                } else {
-                    self->checkStartTimer();
+        CrossThread::invoke(self.data(), [self, stuckAt, handled] {
+            if (!self)
+                return;
+            qint64 nearest = self->storedNearest();
+            if (nearest == stuckAt && nearest <= self->now()) {
+                // The pass's writes have landed and storage still reports
+                // that instant: the records the pass handled there could
+                // not be moved (a snooze period that does not advance, a
+                // failed write). They are stepped over; a record that came
+                // in after the pass is handled by the next one.
+                const QList<storage::ReminderInfo> still =
+                    self->m_account->storage()->reminderStorage()->infosWithTimestamp(stuckAt);
+                for (const storage::ReminderInfo& info : still) {
+                    if (!info.reminded && !info.completed && handled.contains(info.id))
+                        self->skipRecord(info.id, "stays due after its pass");
                 }
-            });
+                nearest = self->storedNearest();
+            }
+            self->m_nearestTimestamp = nearest;
+            if (nearest == 0)
+                self->m_remindTimer.stop();
+            else
+                self->checkStartTimer();
+        });
     });
+}
+
+qint64 ReminderHandler::storedNearest()
+{
+    return m_account->storage()->reminderStorage()->nearestTimestamp(m_skippedRecords);
+}
+
+void ReminderHandler::skipRecord(const QString& remindId, const char* why)
+{
+    if (m_skippedRecords.contains(remindId))
+        return;
+    m_skippedRecords.insert(remindId);
+    // Once per record and load: the set is emptied with the data.
+    ImLog::instance()->error(QStringLiteral("Reminder record %1 %2: the remind timer steps over it")
+                                 .arg(remindId, QLatin1String(why)));
 }
 
 void ReminderHandler::makeNotifyMsgs(const ReminderItemPtr& item, QVariantList& list)
@@ -727,7 +785,7 @@ void ReminderHandler::deleteReminder(const QString& id)
         emit uncompleteOverdueCountChanged();
     }
     if (item->remindTime() == m_nearestTimestamp) {
-        const qint64 nearest = m_account->storage()->reminderStorage()->nearestTimestamp();
+        const qint64 nearest = storedNearest();
         if (nearest >= 1) {
             m_nearestTimestamp = nearest;
             checkStartTimer();

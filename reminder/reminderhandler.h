@@ -19,11 +19,14 @@
 #include <QTimer>
 #include <QVariantList>
 
+#include <condition_variable>
 #include <functional>
+#include <mutex>
 
 namespace im { namespace content { class Reminder; } }
 class AccountBase;
 class ContentItem;
+struct LoadedReminders;
 class MediaSendItem;
 class RelativeMessage;
 class ReminderModel;
@@ -150,6 +153,12 @@ private:
     // Tests reach the private operations through this probe.
     friend class ReminderHandlerProbe;
 
+    // Loading: the read runs on the caller's thread, the result is taken
+    // in on the handler's thread.
+    void takeLoaded(const LoadedReminders& loaded);
+    void beginLoad();
+    void endLoad();
+
     // Local persistence.
     void saveToDb(ReminderItemPtr item, UpdateKeyType type, std::function<void()> done = {});
     void runOnStorage(std::function<void()>&& task);
@@ -158,7 +167,9 @@ private:
     void checkStartTimer();
     void updateNearestTimer(const ReminderItemPtr& item);
     void refreshAfterSave(const ReminderItemPtr& item);
-    void rearmWhenStorageCaughtUp(qint64 stuckAt);
+    void rearmWhenStorageCaughtUp(qint64 stuckAt, const QSet<QString>& handled);
+    qint64 storedNearest();
+    void skipRecord(const QString& remindId, const char* why);
     void checkeNextRemindTime(const ReminderItemPtr& item, bool fromShow);
     void completedReminder(const ReminderItemPtr& item, bool completed);
     void makeNotifyMsgs(const ReminderItemPtr& item, QVariantList& list);
@@ -226,4 +237,15 @@ private:
     // Which search the results being posted belong to: a later search or a
     // reset makes the earlier one's posted results stale.
     QAtomicInt m_searchGeneration;
+    // Stored pending records the remind timer steps over: unreadable, with
+    // no reminder in the list, or left at an instant a pass could not move.
+    // They stay in storage as they are; an id leaves the set when a
+    // reminder of that id is saved. Handler's thread only.
+    QSet<QString> m_skippedRecords;
+    // Bumped by clearData: a load that began before takes nothing in.
+    QAtomicInt m_clearGeneration;
+    // Loads running on any thread; the destructor waits for them.
+    std::mutex m_loadMutex;
+    std::condition_variable m_loadsDone;
+    int m_loadsRunning = 0;
 };

@@ -278,6 +278,26 @@ qint64 ReminderStorage::nearestTimestamp()
     return sqlite3_column_int64(stmt.get(), 0);
 }
 
+qint64 ReminderStorage::nearestTimestamp(const QSet<QString>& skippedIds)
+{
+    if (skippedIds.isEmpty())
+        return nearestTimestamp();
+    SyncLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "nearestTimestamp"))
+        return 0;
+    StatementScope stmt(m_connection->statement(sql::kPendingByRemindTime));
+    if (!stmt)
+        return 0;
+    int rc;
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
+        if (!skippedIds.contains(columnText(stmt.get(), 0)))
+            return sqlite3_column_int64(stmt.get(), 1);
+    }
+    if (rc != SQLITE_DONE)
+        m_connection->logError("nearestTimestamp");
+    return 0;
+}
+
 QList<ReminderInfo> ReminderStorage::infosWithTimestamp(qint64 timestamp)
 {
     SyncLocker lock(&m_connection->mutex());

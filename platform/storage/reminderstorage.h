@@ -3,6 +3,7 @@
 #include "reminderinfo.h"
 
 #include <QList>
+#include <QSet>
 #include <QString>
 
 namespace storage {
@@ -36,6 +37,9 @@ public:
     // The earliest remind time of a pending record (not reminded, not
     // completed, remind time above 0); 0 when there is none.
     qint64 nearestTimestamp();
+    // The same, leaving out the records with the given ids. It reads one
+    // row per left-out record that comes first, so keep the set small.
+    qint64 nearestTimestamp(const QSet<QString>& skippedIds);
     // Every record whose remind time is exactly `timestamp`, pending or not.
     QList<ReminderInfo> infosWithTimestamp(qint64 timestamp);
     // Records whose searchable text contains `keyword` (case-insensitive,

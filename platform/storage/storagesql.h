@@ -91,6 +91,13 @@ constexpr const char kNearestTimestamp[] =
     "SELECT min(remind_time) FROM reminder"
     " WHERE reminded = 0 AND completed = 0 AND remind_time > 0";
 
+// The pending records in remind time order, for a nearest time that steps
+// over given ids; the same index serves it.
+constexpr const char kPendingByRemindTime[] =
+    "SELECT id, remind_time FROM reminder"
+    " WHERE reminded = 0 AND completed = 0 AND remind_time > 0"
+    " ORDER BY remind_time, id";
+
 constexpr const char kInfosWithTimestamp[] =
     "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder WHERE remind_time = ?1"
     " ORDER BY order_time DESC, id";

@@ -37,6 +37,7 @@ private slots:
     void loadTakesTheSequenceFromThisDevicesIds();
     void loadReadsTheNearestRemindTime();
     void unreadableRecordIsSkippedAndKept();
+    void unreadableRecordsIdIsNotMadeAgain();
     void loadStampsCachedFilesAsUsed();
 
     // list finished
@@ -318,6 +319,24 @@ void TestReminderHandler::unreadableRecordIsSkippedAndKept()
     QVERIFY(ImLog::instance()->recentLines().join('\n').contains(QStringLiteral("7_9")));
 }
 
+void TestReminderHandler::unreadableRecordsIdIsNotMadeAgain()
+{
+    HandlerFixture f;
+    storage::ReminderInfo broken;
+    broken.id = QStringLiteral("7_9");
+    broken.data = QByteArray("\xff\xff\xff", 3);
+    QVERIFY(f.store()->save(broken));
+    f.storeItem(HandlerFixture::makeItem("7_1", at(2031, 6, 3, 9)));
+    f.handler->loadLocalData(false);
+    QCOMPARE(f.probe->lastRemindId(), 9);
+    for (int i = 0; i < 3; ++i)
+        f.handler->newReminder(QStringLiteral("new %1").arg(i));
+    f.settle();
+    QVERIFY(!f.handler->reminderModel()->itemById(QStringLiteral("7_9")));
+    QVERIFY(f.handler->reminderModel()->itemById(QStringLiteral("7_10")));
+    QCOMPARE(f.record(QStringLiteral("7_9")).data, broken.data);
+}
+
 void TestReminderHandler::loadStampsCachedFilesAsUsed()
 {
     HandlerFixture f;
@@ -417,8 +436,9 @@ void TestReminderHandler::prepareToClearDataDuringLoadStopsBeforeNextRecord()
     QVERIFY(stopped);
     QVERIFY(handler->isStopped());
     // The record being read when the stop came is finished; no later one is
-    // started, and those read are in the list.
-    QCOMPARE(handler->reminderModel()->count(), 50);
+    // started, and those read are in the list once the handler's thread
+    // has taken them in.
+    QTRY_COMPARE(handler->reminderModel()->count(), 50);
     network::NetworkSubject::instance()->releaseFixedTime();
 }
 

@@ -144,8 +144,9 @@ private slots:
     void firingWaitsForQueuedWritesBeforeReArming_data();
     void firingWaitsForQueuedWritesBeforeReArming();
     void notifyLineNamesTheRepeatingReminderTimes();
-    void pendingRecordWithoutReminderFallsBackToHourlyTick_data();
-    void pendingRecordWithoutReminderFallsBackToHourlyTick();
+    void recordThatCannotBeShownDoesNotHoldUpLaterReminders_data();
+    void recordThatCannotBeShownDoesNotHoldUpLaterReminders();
+    void reminderThatStaysDueAfterItsPassDoesNotHoldUpLaterOnes();
     void dailyReminderMovesOnUntilItsCountEnds();
     void snoozingReminderStopsNotifyingAfterFivePeriods();
     void unseenRepeatingReminderFiringAgainWritesOnlyItsTime_data();
@@ -653,65 +654,109 @@ void TestReminderTimer::notifyLineNamesTheRepeatingReminderTimes()
     f.probe->timer().stop();
 }
 
-void TestReminderTimer::pendingRecordWithoutReminderFallsBackToHourlyTick_data()
+void TestReminderTimer::recordThatCannotBeShownDoesNotHoldUpLaterReminders_data()
 {
     QTest::addColumn<bool>("unreadable");
 
-    QTest::newRow("record stored after the list was loaded") << false;
     QTest::newRow("unreadable record kept at load") << true;
+    QTest::newRow("record stored after the list was loaded") << false;
 }
 
-void TestReminderTimer::pendingRecordWithoutReminderFallsBackToHourlyTick()
+void TestReminderTimer::recordThatCannotBeShownDoesNotHoldUpLaterReminders()
 {
     QFETCH(bool, unreadable);
 
     HandlerFixture f;
-    const qint64 orphanTime = at(2031, 6, 2, 12, 30);
-    f.storeItem(HandlerFixture::makeItem("7_1", at(2031, 6, 2, 18)));
+    const qint64 start = f.now();
+    const qint64 brokenTime = start - kHour;
+    const qint64 first = start + 10 * kMinute;
+    const qint64 second = start + 30 * kMinute;
+    f.storeItem(HandlerFixture::makeItem("7_1", first));
+    f.storeItem(HandlerFixture::makeItem("7_2", second));
+    storage::ReminderInfo broken;
     if (unreadable) {
-        storage::ReminderInfo broken;
         broken.id = QStringLiteral("7_9");
         broken.data = QByteArray("\xff\xff\xff", 3);
-        broken.remindTime = orphanTime;
+        broken.remindTime = brokenTime;
         QVERIFY(f.store()->save(broken));
         f.handler->loadLocalData(false);
-        QCOMPARE(f.handler->reminderModel()->count(), 1);
-        QCOMPARE(f.probe->nearest(), orphanTime);
     } else {
         f.handler->loadLocalData(false);
-        f.storeItem(HandlerFixture::makeItem("7_9", orphanTime));
-        QVERIFY(!listed(f, "7_9"));
-        f.probe->setNearest(orphanTime);
+        HandlerFixture::makeItem("7_9", brokenTime)->serialize(broken);
+        QVERIFY(f.store()->save(broken));
+        // Storage reports the record as the nearest time from now on.
+        f.probe->setNearest(brokenTime);
     }
+    QCOMPARE(f.handler->reminderModel()->count(), 2);
+    QVERIFY(!listed(f, "7_9"));
+
+    // The record is in the past: the rule runs a pass at once, which steps
+    // over it and aims at the first real reminder.
     f.handler->readyReminder();
-    QCOMPARE(f.probe->timer().interval(), 1801000);
-    ImLog::instance()->clearRecentLines();
-
-    fireAt(f, orphanTime);
-    QCOMPARE(loggedLines(kNotifyPrefix), QStringList{notifyLine(0, 0, orphanTime)});
-    QCOMPARE(f.notified->count(), 0);
     f.settle();
-
-    // Storage still reports the past instant: the hourly tick, not a loop.
-    QCOMPARE(loggedLines(kNotifyPrefix).size(), 1);
-    QCOMPARE(f.probe->nearest(), orphanTime);
-    QVERIFY(f.probe->timer().isActive());
-    QVERIFY(!f.probe->timer().isSingleShot());
-    QCOMPARE(f.probe->timer().interval(), 3600000);
     QCOMPARE(f.notified->count(), 0);
-    QCOMPARE(f.sent->count(), 0);
+    QCOMPARE(f.probe->nearest(), first);
+    QVERIFY(f.probe->timer().isActive());
+    QVERIFY(f.probe->timer().isSingleShot());
+    QCOMPARE(f.probe->timer().interval(), int(first - start + 1000));
 
-    // The next tick tries once more, logs once more and keeps ticking.
-    f.setNow(orphanTime + kHour + 1000);
-    f.probe->onTimeOut();
+    fireAt(f, first);
     f.settle();
-    QCOMPARE(loggedLines(kNotifyPrefix).size(), 2);
-    QVERIFY(f.probe->timer().isActive());
-    QVERIFY(!f.probe->timer().isSingleShot());
-    QCOMPARE(f.probe->timer().interval(), 3600000);
+    QCOMPARE(f.notified->count(), 1);
+    QCOMPARE(f.notified->at(0).at(0).toList().size(), 1);
+    QCOMPARE(f.notified->at(0).at(0).toList().at(0).toMap().value("msgData").value<ReminderItemPtr>()->remindId(),
+             QStringLiteral("7_1"));
+    QCOMPARE(f.probe->nearest(), second);
+
+    fireAt(f, second);
+    f.settle();
+    QCOMPARE(f.notified->count(), 2);
+    QCOMPARE(f.notified->at(1).at(0).toList().at(0).toMap().value("msgData").value<ReminderItemPtr>()->remindId(),
+             QStringLiteral("7_2"));
+    QVERIFY(!f.probe->timer().isActive());
+
+    // Left byte for byte, never notified, named in the log once.
+    const storage::ReminderInfo kept = f.record(QStringLiteral("7_9"));
+    QCOMPARE(kept.data, broken.data);
+    QCOMPARE(kept.remindTime, brokenTime);
+    QVERIFY(!kept.reminded);
+    QStringList naming;
+    for (const QString& line : ImLog::instance()->recentLines()) {
+        if (line.contains(QStringLiteral("record 7_9")))
+            naming << line;
+    }
+    QCOMPARE(naming.size(), 1);
+}
+
+void TestReminderTimer::reminderThatStaysDueAfterItsPassDoesNotHoldUpLaterOnes()
+{
+    HandlerFixture f;
+    const qint64 start = f.now();
+    // A snooze period whose step wraps below zero: a pass cannot move it.
+    ReminderItemPtr stuck = snoozing("7_5", start - kHour, 35792);
+    f.storeItem(stuck);
+    const qint64 later = start + 10 * kMinute;
+    f.storeItem(HandlerFixture::makeItem("7_1", later));
+    f.handler->loadLocalData(false);
+    f.handler->readyReminder();
+    f.settle();
+    // Its cycle is used up at once (nothing notified), it stays where it
+    // is, and the timer goes on to the next reminder.
     QCOMPARE(f.notified->count(), 0);
-    QVERIFY(!f.record(QStringLiteral("7_1")).reminded);
-    f.probe->timer().stop();
+    QCOMPARE(f.record(QStringLiteral("7_5")).remindTime, start - kHour);
+    QCOMPARE(f.probe->nearest(), later);
+    QVERIFY(f.probe->timer().isSingleShot());
+
+    fireAt(f, later);
+    f.settle();
+    QCOMPARE(f.notified->count(), 1);
+    QCOMPARE(f.notified->at(0).at(0).toList().at(0).toMap().value("msgData").value<ReminderItemPtr>()->remindId(),
+             QStringLiteral("7_1"));
+
+    // Changed by the user, it counts again.
+    f.handler->snoozeReminder(QStringLiteral("7_5"), 5);
+    f.settle();
+    QCOMPARE(f.probe->nearest(), f.now() + 5 * kMinute);
 }
 
 void TestReminderTimer::dailyReminderMovesOnUntilItsCountEnds()

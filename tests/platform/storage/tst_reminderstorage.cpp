@@ -44,6 +44,8 @@ private slots:
     void nearestTimestamp_data();
     void nearestTimestamp();
     void nearestTimestampFollowsChanges();
+    void nearestTimestampStepsOverSkippedIds_data();
+    void nearestTimestampStepsOverSkippedIds();
     void infosWithTimestamp();
     void keyword_data();
     void keyword();
@@ -362,6 +364,30 @@ void TestReminderStorage::nearestTimestamp()
     QFETCH(qint64, expected);
     QVERIFY(store()->saveAll(infos));
     QCOMPARE(store()->nearestTimestamp(), expected);
+}
+
+void TestReminderStorage::nearestTimestampStepsOverSkippedIds_data()
+{
+    QTest::addColumn<QStringList>("skipped");
+    QTest::addColumn<qint64>("expected");
+
+    QTest::newRow("none skipped") << QStringList{} << qint64(100);
+    QTest::newRow("one of two at the earliest time") << QStringList{ "b" } << qint64(100);
+    QTest::newRow("the other of the two") << QStringList{ "c" } << qint64(100);
+    QTest::newRow("both at the earliest time") << QStringList{ "b", "c" } << qint64(200);
+    QTest::newRow("a later one only") << QStringList{ "d" } << qint64(100);
+    QTest::newRow("unknown ids") << QStringList{ "x", "y" } << qint64(100);
+    QTest::newRow("every pending record") << QStringList{ "a", "b", "c", "d" } << qint64(0);
+}
+
+void TestReminderStorage::nearestTimestampStepsOverSkippedIds()
+{
+    QFETCH(QStringList, skipped);
+    QFETCH(qint64, expected);
+    QVERIFY(store()->saveAll({ makeInfo("a", "", 1, 300), makeInfo("b", "", 2, 100), makeInfo("c", "", 3, 100),
+                               makeInfo("d", "", 4, 200), makeInfo("e", "", 5, 50, true) }));
+    const QSet<QString> ids(skipped.begin(), skipped.end());
+    QCOMPARE(store()->nearestTimestamp(ids), expected);
 }
 
 void TestReminderStorage::nearestTimestampFollowsChanges()
