@@ -3,6 +3,7 @@
 #include "appsettingmodel.h"
 #include "deskbackend.h"
 #include "deskdevice.h"
+#include "devicesession.h"
 #include "deskicon.h"
 #include "desklanguage.h"
 #include "reminderhandler.h"
@@ -58,7 +59,8 @@ bool DeskApp::start()
 
     m_backend.reset(new DeskBackend(m_options.dataDir, m_options.devices));
     connect(m_backend.get(), &DeskBackend::allListed, this, &DeskApp::allListed);
-    // The local reminders are in the lists before the windows bind to them.
+    // The local reminders load on a thread of their own while the windows
+    // come up; each list fills when its load is done.
     m_backend->signInAll();
 
     m_engine.reset(new QQmlApplicationEngine);
@@ -84,7 +86,7 @@ bool DeskApp::start()
     for (QQuickWindow* window : std::as_const(m_windows))
         window->show();
     for (DeskDevice* device : m_backend->devices())
-        device->handler()->readyReminder();
+        device->session()->setInterfaceReady();
     setUpTray();
     if (m_backend->isAllListed())
         emit allListed();

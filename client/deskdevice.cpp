@@ -49,6 +49,7 @@ DeskDevice::DeskDevice(DeviceSession* session, int number, QObject* parent)
         bumpTick();
         emit sampleMessagesChanged();
     });
+    connect(m_session, &DeviceSession::loadedChanged, this, &DeskDevice::loadedChanged);
     connect(m_session, &DeviceSession::listFinished, this, [this] {
         if (m_listing) {
             m_listing = false;
@@ -61,6 +62,11 @@ DeskDevice::DeskDevice(DeviceSession* session, int number, QObject* parent)
 }
 
 DeskDevice::~DeskDevice() = default;
+
+bool DeskDevice::loaded() const
+{
+    return m_session->isLoaded();
+}
 
 qint64 DeskDevice::deviceId() const
 {

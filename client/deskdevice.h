@@ -37,6 +37,9 @@ class DeskDevice : public QObject
     // signal of its own: every half minute, on a language change and when
     // the clock is moved. Bindings that call the helpers read it.
     Q_PROPERTY(int tick READ tick NOTIFY tickChanged)
+    // The local reminders are in the list; until then nothing new is made
+    // (a new reminder could take the id of one not yet read).
+    Q_PROPERTY(bool loaded READ loaded NOTIFY loadedChanged)
     // A listing from the server is under way ("Sync now").
     Q_PROPERTY(bool listing READ listing NOTIFY listingChanged)
     // Whether this device's window has the focus (set by the QML); toasts
@@ -57,6 +60,7 @@ public:
     QVariantList sampleMessages() const;
     int tick() const { return m_tick; }
     bool listing() const { return m_listing; }
+    bool loaded() const;
     bool windowActive() const { return m_windowActive; }
     void setWindowActive(bool active);
 
@@ -152,6 +156,7 @@ signals:
     void sampleMessagesChanged();
     void tickChanged();
     void listingChanged();
+    void loadedChanged();
     void windowActiveChanged();
     void toast(const QString& text);
 

@@ -8,6 +8,8 @@
 #include "reminderserversession.h"
 #include "sharedpreferencebase.h"
 
+#include "crossthread.h"
+
 DeviceSession::DeviceSession(ReminderServer* server, FileService* files, const QString& dataDir, qint64 accountId,
                              qint64 deviceId, const QByteArray& secret, QObject* parent)
     : QObject(parent)
@@ -22,16 +24,35 @@ DeviceSession::DeviceSession(ReminderServer* server, FileService* files, const Q
 
     // The account's parent-child tree owns the handler.
     m_handler = new ReminderHandler(m_account);
-    connect(m_session, &ReminderServerSession::syncFinished, m_handler, &ReminderHandler::syncFinished);
-    connect(m_session, &ReminderServerSession::listed, m_handler, &ReminderHandler::listAndNotif);
+    // What the server says reaches the handler only while it holds the
+    // account's data: not after a sign-out, and not before the local
+    // reminders are in (a listed reminder would replace its stored record,
+    // unsent changes and all).
+    connect(m_session, &ReminderServerSession::syncFinished, this,
+            [this](const QString& id, const QByteArray& data, int code) {
+                if (m_acceptServer)
+                    m_handler->syncFinished(id, data, code);
+            });
+    connect(m_session, &ReminderServerSession::listed, this, [this](const QString& id, const QByteArray& data) {
+        if (m_acceptServer)
+            m_handler->listAndNotif(id, data);
+    });
     connect(m_session, &ReminderServerSession::listFinished, this, [this] {
+        if (!m_acceptServer)
+            return;
         m_account->sharedPreference()->finishList();
         emit listFinished();
     });
+    m_loader.setMaxThreadCount(1);
+    m_loader.setObjectName(QStringLiteral("reminder-load"));
 }
 
 DeviceSession::~DeviceSession()
 {
+    // A load reads through the account: stop it and let it end first.
+    m_signInGeneration.fetchAndAddOrdered(1);
+    m_handler->setStopped(true);
+    waitForLoads();
     m_session->detach();
     // The handler goes with the account; the file manager after both, as
     // the handler's uploads report to it.
@@ -43,8 +64,42 @@ DeviceSession::~DeviceSession()
 void DeviceSession::signIn()
 {
     MediaSenderModel::getInstance()->setCacheDirectory(m_account->cacheDirectory());
-    m_handler->loadLocalData(false);
-    m_session->requestList();
+    const int generation = m_signInGeneration.fetchAndAddOrdered(1) + 1;
+    setLoaded(false);
+    m_acceptServer = false;
+    // Lowered here, on the interface thread, and raised again by signOut:
+    // a load that starts after a sign-out stops before its first record.
+    m_handler->setStopped(false);
+    ReminderHandler* handler = m_handler;
+    CrossThread::run(&m_loader, [this, handler, generation] {
+        if (m_signInGeneration.loadAcquire() != generation)
+            return;
+        handler->loadLocalData(false);
+        // Posted after the handler's own hand-over of what it read, so it
+        // runs once the list holds the reminders.
+        CrossThread::post(this, [this, generation] {
+            if (m_signInGeneration.loadAcquire() != generation)
+                return;
+            setLoaded(true);
+            m_acceptServer = true;
+            if (m_interfaceReady)
+                m_handler->readyReminder();
+            m_session->requestList();
+        });
+    }, &m_loader);
+}
+
+void DeviceSession::waitForLoads()
+{
+    m_loader.waitForDone();
+    CrossThread::acquire(&m_loader);
+}
+
+void DeviceSession::setInterfaceReady()
+{
+    m_interfaceReady = true;
+    if (m_loaded)
+        m_handler->readyReminder();
 }
 
 void DeviceSession::relist()
@@ -55,6 +110,20 @@ void DeviceSession::relist()
 
 void DeviceSession::signOut()
 {
+    m_signInGeneration.fetchAndAddOrdered(1);
+    setLoaded(false);
+    m_acceptServer = false;
     m_handler->prepareToClearData(false);
     m_handler->clearData(false);
+    // clearData lowers the stop flag for the next load; until the next
+    // sign-in a load that has not started yet must not run.
+    m_handler->setStopped(true);
+}
+
+void DeviceSession::setLoaded(bool loaded)
+{
+    if (m_loaded == loaded)
+        return;
+    m_loaded = loaded;
+    emit loadedChanged();
 }

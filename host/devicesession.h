@@ -1,7 +1,9 @@
 #pragma once
 
+#include <QAtomicInt>
 #include <QObject>
 #include <QString>
+#include <QThreadPool>
 #include <memory>
 
 class AccountBase;
@@ -31,15 +33,26 @@ public:
     FileManager* fileManager() const { return m_files.get(); }
     ReminderServerSession* serverSession() const { return m_session; }
 
-    // Loads the local reminders, then lists the account from the server
-    // (the handler starts sending when the listing has finished).
+    // Loads the local reminders on a thread of its own, so that the
+    // interface stays responsive; once the handler has taken them in,
+    // emits loadedChanged() and lists the account from the server (the handler
+    // starts sending when the listing has finished).
     void signIn();
     // Lists again, as after a reconnection.
     void relist();
-    // Drops the account's data from the handler (the store stays).
+    // Drops the account's data from the handler (the store stays). A load
+    // still running or still waiting to run takes nothing in.
     void signOut();
+    // The local reminders of the current sign-in are in the list.
+    bool isLoaded() const { return m_loaded; }
+    // Blocks until no load is running or waiting (tests, shutdown).
+    void waitForLoads();
+    // The interface's reminder pages are up: the remind timer is armed as
+    // soon as the local reminders are in (at once when they already are).
+    void setInterfaceReady();
 
 signals:
+    void loadedChanged();
     // Every listing from the server has been handed to the handler.
     void listFinished();
 
@@ -48,4 +61,16 @@ private:
     std::unique_ptr<FileManager> m_files;
     ReminderServerSession* m_session = nullptr;
     ReminderHandler* m_handler = nullptr;
+    // Runs the loads, one at a time.
+    QThreadPool m_loader;
+    // Counts sign-ins and sign-outs; a load belongs to the one it was
+    // started by. Written on the interface thread, read by the loader.
+    QAtomicInt m_signInGeneration;
+    bool m_loaded = false;
+    bool m_interfaceReady = false;
+    // Until the first sign-in a host that loads the handler itself gets
+    // every answer.
+    bool m_acceptServer = true;
+
+    void setLoaded(bool loaded);
 };

@@ -47,13 +47,14 @@ Item {
                     size: 20
                     color: Theme.accent
                 }
-                onAccepted: addButton.clicked()
+                // Enter does what the Add button does, and only when it could.
+                onAccepted: if (addButton.enabled) addButton.clicked()
             }
             FlatButton {
                 id: addButton
                 objectName: "addButton"
                 text: qsTrId("desk_add")
-                enabled: quickAdd.text.trim().length > 0
+                enabled: listPane.pane.device.loaded && quickAdd.text.trim().length > 0
                 font.pixelSize: Theme.fontBase
                 onClicked: {
                     listPane.handler.newReminder(quickAdd.text.trim())
@@ -62,6 +63,7 @@ Item {
             }
             PrimaryButton {
                 objectName: "newButton"
+                enabled: listPane.pane.device.loaded
                 text: qsTrId("desk_new_with_details")
                 font.pixelSize: Theme.fontBase
                 onClicked: {
