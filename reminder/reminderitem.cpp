@@ -706,6 +706,58 @@ qint64 firstStepAfter(qint64 t, qint64 current, qint64 step)
     return saturatingSum(current, step - rest);
 }
 
+// A local date-time is its UTC instant plus the zone's offset, and Qt keeps
+// that sum in 64 bits too: within an offset of either end of the range it
+// overflows, and which instants that hits depends on the zone. Offsets stay
+// within a day of UTC (real zones within 14 hours); two days covers them.
+constexpr qint64 kLocalReachMargin = 2 * 24 * 3600 * qint64(1000);
+
+// Whether no zone can give this instant a local date near the top of the
+// range.
+bool pastLocalReach(qint64 msecs)
+{
+    return msecs > std::numeric_limits<qint64>::max() - kLocalReachMargin;
+}
+
+// The instant moved, by at most the margin, to where every zone gives it a
+// local date: the days compared at the ends of time are then the same kind
+// of day in every zone.
+qint64 withinLocalReach(qint64 msecs)
+{
+    return qBound(std::numeric_limits<qint64>::min() + kLocalReachMargin, msecs,
+                  std::numeric_limits<qint64>::max() - kLocalReachMargin);
+}
+
+// The last day of the month `months` after `day`'s month, counted on 64 bits:
+// QDate::addMonths adds to the month in an int, which wraps for counts near
+// 2^31 and lands millions of years the wrong way. Gives what addMonths gives
+// followed by the move to the month's last day wherever addMonths does not
+// wrap (the calendar has no year 0: 1 BC is followed by AD 1).
+QDate lastDayOfMonthsLater(const QDate& day, qint64 months)
+{
+    int year = 0;
+    int month = 0;
+    int dayOfMonth = 0;
+    day.getDate(&year, &month, &dayOfMonth);
+    // An int year in months plus an int count of months fits 64 bits many
+    // times over.
+    const qint64 index = (year > 0 ? qint64(year) - 1 : qint64(year)) * 12 + (month - 1) + months;
+    qint64 targetYear = index / 12;
+    qint64 targetMonth = index % 12;
+    if (targetMonth < 0) {
+        targetMonth += 12;
+        --targetYear;
+    }
+    if (targetYear >= 0)
+        ++targetYear;
+    if (targetYear < std::numeric_limits<int>::min() || targetYear > std::numeric_limits<int>::max())
+        return {};
+    const QDate first(int(targetYear), int(targetMonth) + 1, 1);
+    if (!first.isValid())
+        return {};
+    return first.addDays(first.daysInMonth() - 1);
+}
+
 } // namespace
 
 qint64 ReminderItem::snoozeStep(int minutes)
@@ -740,10 +792,10 @@ qint64 ReminderItem::nextRemindTimeFromShow() const
     return occurrence(local(show), local(qMax(now(), saturatingSum(show, 1000))), m_remindTime);
 }
 
-ReminderItem::SeriesEnd ReminderItem::endOnDay(const QDate& day, const QTime& time)
+ReminderItem::SeriesEnd ReminderItem::endOnDay(const QDate& day, const QTime& time, bool forward)
 {
     if (!day.isValid())
-        return {SeriesEnd::BeyondCalendar, {}};
+        return beyondCalendar(forward);
     // An end at or before the epoch's first millisecond means no end. Only
     // days next to the epoch need the exact instant; converting days far
     // away to milliseconds is beyond what local time conversion handles.
@@ -755,6 +807,15 @@ ReminderItem::SeriesEnd ReminderItem::endOnDay(const QDate& day, const QTime& ti
     return {SeriesEnd::Day, day};
 }
 
+ReminderItem::SeriesEnd ReminderItem::beyondCalendar(bool forward)
+{
+    // An end past the last date is after every time. One before the first
+    // date is an end before the epoch like any other, which reads as no end.
+    if (forward)
+        return {SeriesEnd::BeyondCalendar, {}};
+    return {SeriesEnd::Open, {}};
+}
+
 ReminderItem::SeriesEnd ReminderItem::weeklyCountEnd(const QDateTime& anchor) const
 {
     const int s = anchor.date().dayOfWeek();
@@ -764,6 +825,8 @@ ReminderItem::SeriesEnd ReminderItem::weeklyCountEnd(const QDateTime& anchor) co
         if (m_dayOfWeekFlags & ModelBaseUtil::dayOfWeekToFlag(w))
             days.append(w);
     }
+    // Deliberate: the walk over an empty list has no end to give; such a
+    // rule yields no occurrence at all rather than an unbounded series.
     if (days.isEmpty())
         return {SeriesEnd::NoOccurrence, {}};
 
@@ -775,12 +838,15 @@ ReminderItem::SeriesEnd ReminderItem::weeklyCountEnd(const QDateTime& anchor) co
     const int count = repeatCount();
     const qint64 cycles = count / days.size();
     const int rest = count % days.size();
+    // The anchor only moves the interval's way: a negative interval walks
+    // back in time, and out of the calendar at its start.
+    const bool forward = m_interval >= 0;
     qint64 jump = 0;
     if (qMulOverflow(cycles, 7 * qint64(m_interval), &jump))
-        return {SeriesEnd::BeyondCalendar, {}};
+        return beyondCalendar(forward);
     QDate date = anchor.date().addDays(jump);
     if (!date.isValid())
-        return {SeriesEnd::BeyondCalendar, {}};
+        return beyondCalendar(forward);
     int previous = date.dayOfWeek();
     for (int i = 0; i < rest; ++i) {
         int step = days.at(i) - previous;
@@ -789,7 +855,8 @@ ReminderItem::SeriesEnd ReminderItem::weeklyCountEnd(const QDateTime& anchor) co
         date = date.addDays(step);
         previous = days.at(i);
     }
-    return endOnDay(date, anchor.time());
+    // The steps inside a week only go forward.
+    return endOnDay(date, anchor.time(), true);
 }
 
 ReminderItem::SeriesEnd ReminderItem::seriesEnd() const
@@ -797,22 +864,30 @@ ReminderItem::SeriesEnd ReminderItem::seriesEnd() const
     const auto byEndDate = [this]() -> SeriesEnd {
         if (endDate() < 1)
             return {SeriesEnd::Open, {}};
+        // Deliberate: within a zone's offset of the largest time an end has
+        // no local date east of UTC, so every zone reads it as beyond the
+        // calendar rather than only some.
+        if (pastLocalReach(endDate()))
+            return {SeriesEnd::BeyondCalendar, {}};
         return {SeriesEnd::Day, local(endDate()).date()};
     };
     if (repeatCount() <= 0)
         return byEndDate();
-    const QDateTime anchor = local(originalRemindTime());
+    // Deliberate: an anchor at the very ends of the range is moved by up to
+    // two days, so that every zone counts from a date instead of some zones
+    // finding none.
+    const QDateTime anchor = local(withinLocalReach(originalRemindTime()));
+    const qint32 product = wrappingProduct(repeatCount(), m_interval);
     switch (m_unit) {
     case 0:
-        return endOnDay(anchor.date().addDays(wrappingProduct(repeatCount(), m_interval)), anchor.time());
+        // 2^31 days are under 6 million years, so from an anchor within
+        // local reach the end stays in the calendar; should it ever leave,
+        // the product's sign says which way.
+        return endOnDay(anchor.date().addDays(product), anchor.time(), product >= 0);
     case 1:
         return weeklyCountEnd(anchor);
-    case 2: {
-        QDate last = anchor.date().addMonths(wrappingProduct(repeatCount(), m_interval));
-        if (last.isValid())
-            last = last.addDays(last.daysInMonth() - last.day());
-        return endOnDay(last, anchor.time());
-    }
+    case 2:
+        return endOnDay(lastDayOfMonthsLater(anchor.date(), product), anchor.time(), product >= 0);
     default:
         return byEndDate();
     }
@@ -827,7 +902,9 @@ bool ReminderItem::isValidTime(qint64 t) const
     case SeriesEnd::Open: return t > now();
     case SeriesEnd::Day: break;
     }
-    return local(t).date() <= end.day;
+    // A time at the ends of the range has no local date in some zones;
+    // moved within reach it has one in all of them.
+    return local(withinLocalReach(t)).date() <= end.day;
 }
 
 void ReminderItem::advanceRemindTime(bool fromShow, bool updateShow)

@@ -197,7 +197,9 @@ private:
     };
     SeriesEnd seriesEnd() const;
     SeriesEnd weeklyCountEnd(const QDateTime& anchor) const;
-    static SeriesEnd endOnDay(const QDate& day, const QTime& time);
+    // forward: which way an end that left the calendar went.
+    static SeriesEnd endOnDay(const QDate& day, const QTime& time, bool forward);
+    static SeriesEnd beyondCalendar(bool forward);
 
     im::content::Reminder m_reminder;
     QString m_remindId;

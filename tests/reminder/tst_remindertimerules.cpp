@@ -89,6 +89,29 @@ QDate literalWeeklyEnd(const QDate& anchorDate, int interval, int dayFlags, int 
     return date;
 }
 
+// isValidTime at times spread over the whole 64-bit range, as one line that
+// reads well in a failure. Now is expected at 7 May 2031, 12:00.
+QString validityAcrossTime(const ReminderItemPtr& item)
+{
+    const QList<QPair<QString, qint64>> probes = {
+        {QStringLiteral("first"), std::numeric_limits<qint64>::min()},
+        {QStringLiteral("last week"), ms(2031, 4, 30, 12)},
+        {QStringLiteral("next year"), ms(2032, 5, 7, 12)},
+        {QStringLiteral("year 100000000"), QDateTime(QDate(100000000, 1, 1), QTime(0, 0)).toMSecsSinceEpoch()},
+        {QStringLiteral("last"), std::numeric_limits<qint64>::max()},
+    };
+    QStringList answers;
+    for (const auto& probe : probes)
+        answers << probe.first + (item->isValidTime(probe.second) ? QStringLiteral(" in") : QStringLiteral(" out"));
+    return answers.join(QStringLiteral(", "));
+}
+
+// What validityAcrossTime reads for the three kinds of far end.
+const QString kEverythingInside = QStringLiteral("first in, last week in, next year in, year 100000000 in, last in");
+const QString kOnlyAfterNow = QStringLiteral("first out, last week out, next year in, year 100000000 in, last in");
+const QString kEndsAfterYear100000000 =
+    QStringLiteral("first in, last week in, next year in, year 100000000 in, last out");
+
 } // namespace
 
 class TestReminderTimeRules : public QObject
@@ -116,6 +139,15 @@ private slots:
     void weeklyCountWithoutWeekdayHasNoOccurrence();
     void repeatCountProductWrapsAt32Bits();
     void countTakesPrecedenceOverEndDate();
+    void endDateNearTheLargestTimeIsTheSameInEveryZone_data();
+    void endDateNearTheLargestTimeIsTheSameInEveryZone();
+    void weeklyCountWalkingBeforeTheEarliestDateEndsBeforeEverything_data();
+    void weeklyCountWalkingBeforeTheEarliestDateEndsBeforeEverything();
+    void monthlyCountBeyondTheCalendarIsAFarEnd_data();
+    void monthlyCountBeyondTheCalendarIsAFarEnd();
+    void monthlyCountAgreesWithAddingMonths();
+    void countFromAnAnchorAtTheEdgesOfTimeIsTheSameInEveryZone_data();
+    void countFromAnAnchorAtTheEdgesOfTimeIsTheSameInEveryZone();
 
     void advanceWithoutRuleMarksReminded();
     void advanceMovesToNextOccurrence();
@@ -361,6 +393,148 @@ void TestReminderTimeRules::countTakesPrecedenceOverEndDate()
     item->setRepeatCount(1);
     QVERIFY(item->isValidTime(ms(2031, 6, 3, 9)));
     QVERIFY(!item->isValidTime(ms(2031, 6, 4, 9)));
+}
+
+void TestReminderTimeRules::endDateNearTheLargestTimeIsTheSameInEveryZone_data()
+{
+    // East of UTC these end dates have no local moment: the zone's offset
+    // takes them past the largest time.
+    const qint64 last = std::numeric_limits<qint64>::max();
+    const qint64 hour = 3600000;
+    QTest::addColumn<qint64>("endDate");
+    QTest::addColumn<QString>("validity");
+    QTest::newRow("the largest time") << last << kEverythingInside;
+    QTest::newRow("an hour before it") << last - hour << kEverythingInside;
+    QTest::newRow("eleven hours before it") << last - 11 * hour << kEverythingInside;
+    QTest::newRow("a day before it") << last - 24 * hour << kEverythingInside;
+    // Further back the end is an ordinary day again, in every zone.
+    QTest::newRow("a week before it") << last - 7 * 24 * hour << kEndsAfterYear100000000;
+}
+
+void TestReminderTimeRules::endDateNearTheLargestTimeIsTheSameInEveryZone()
+{
+    QFETCH(qint64, endDate);
+    QFETCH(QString, validity);
+    setNow(ms(2031, 5, 7, 12));
+    ReminderItemPtr item = series(ms(2031, 5, 1, 10), 0, 1);
+    item->setEndDate(endDate);
+    QCOMPARE(validityAcrossTime(item), validity);
+}
+
+void TestReminderTimeRules::weeklyCountWalkingBeforeTheEarliestDateEndsBeforeEverything_data()
+{
+    const int intMin = std::numeric_limits<int>::min();
+    const int intMax = std::numeric_limits<int>::max();
+    QTest::addColumn<int>("interval");
+    QTest::addColumn<int>("dayFlags");
+    QTest::addColumn<int>("count");
+    // An end before the epoch reads as no end: any time after now is inside.
+    QTest::newRow("20000 years back, inside the calendar") << -1000 << flags({1}) << 1000;
+    QTest::newRow("weeks beyond 64 bits of days") << intMin << flags({1}) << intMax;
+    QTest::newRow("before the earliest date") << intMin + 1 << flags({1}) << 1000;
+    QTest::newRow("three weekdays, before the earliest date") << -1000000000 << flags({1, 3, 5}) << 3000;
+}
+
+void TestReminderTimeRules::weeklyCountWalkingBeforeTheEarliestDateEndsBeforeEverything()
+{
+    QFETCH(int, interval);
+    QFETCH(int, dayFlags);
+    QFETCH(int, count);
+    setNow(ms(2031, 5, 7, 12));
+    // Monday 2 June 2031.
+    ReminderItemPtr item = series(ms(2031, 6, 2, 9), 1, interval, dayFlags);
+    item->setRepeatCount(count);
+    QCOMPARE(validityAcrossTime(item), kOnlyAfterNow);
+}
+
+void TestReminderTimeRules::monthlyCountBeyondTheCalendarIsAFarEnd_data()
+{
+    const int intMin = std::numeric_limits<int>::min();
+    const int intMax = std::numeric_limits<int>::max();
+    QTest::addColumn<qint64>("anchor");
+    QTest::addColumn<int>("interval");
+    QTest::addColumn<int>("count");
+    QTest::addColumn<QString>("validity");
+    // 2^31 - 1 months are some 179 million years: the end is that far ahead,
+    // before the largest time (292 million years from 1970).
+    QTest::newRow("2^31 - 1 months from January") << ms(2031, 1, 31, 10) << 1 << intMax << kEndsAfterYear100000000;
+    QTest::newRow("2^31 - 12 months from December")
+        << ms(2031, 12, 31, 10) << intMax - 11 << 1 << kEndsAfterYear100000000;
+    QTest::newRow("65537 x 32767 months") << ms(2031, 1, 31, 10) << 32767 << 65537 << kEndsAfterYear100000000;
+    // Far back the end lies before the epoch, which reads as no end.
+    QTest::newRow("-2^31 months") << ms(2031, 1, 31, 10) << intMin << 1 << kOnlyAfterNow;
+    QTest::newRow("46341 x 46341 months wraps negative") << ms(2031, 1, 31, 10) << 46341 << 46341 << kOnlyAfterNow;
+}
+
+void TestReminderTimeRules::monthlyCountBeyondTheCalendarIsAFarEnd()
+{
+    QFETCH(qint64, anchor);
+    QFETCH(int, interval);
+    QFETCH(int, count);
+    QFETCH(QString, validity);
+    setNow(ms(2031, 5, 7, 12));
+    ReminderItemPtr item = series(anchor, 2, interval);
+    item->setDayOfMonthFlags(31);
+    item->setRepeatCount(count);
+    QCOMPARE(validityAcrossTime(item), validity);
+}
+
+void TestReminderTimeRules::monthlyCountAgreesWithAddingMonths()
+{
+    // Where QDate::addMonths does not wrap, the count's months land where it
+    // puts them, then on that month's last day.
+    setNow(ms(2031, 1, 1, 0));
+    QRandomGenerator rng(5150);
+    for (int round = 0; round < 500; ++round) {
+        const QDate anchorDate = QDate(2000, 1, 1).addDays(rng.bounded(36500));
+        const int interval = rng.bounded(2) ? 1 + rng.bounded(240) : -1 - rng.bounded(3);
+        const int count = 1 + rng.bounded(100);
+        QDate end = anchorDate.addMonths(count * interval);
+        end = end.addDays(end.daysInMonth() - end.day());
+        ReminderItemPtr item = series(QDateTime(anchorDate, QTime(9, 0)).toMSecsSinceEpoch(), 2, interval);
+        item->setDayOfMonthFlags(anchorDate.day());
+        item->setRepeatCount(count);
+        const QString rule = QStringLiteral("%1 x %2 months from %3")
+                                 .arg(count)
+                                 .arg(interval)
+                                 .arg(anchorDate.toString(Qt::ISODate));
+        if (end.year() < 1971) {
+            // Before the epoch: no end.
+            QVERIFY2(!item->isValidTime(ms(2030, 1, 1, 0)), qPrintable(rule));
+            continue;
+        }
+        QVERIFY2(item->isValidTime(QDateTime(end, QTime(12, 0)).toMSecsSinceEpoch()), qPrintable(rule));
+        QVERIFY2(!item->isValidTime(QDateTime(end.addDays(1), QTime(12, 0)).toMSecsSinceEpoch()), qPrintable(rule));
+    }
+}
+
+void TestReminderTimeRules::countFromAnAnchorAtTheEdgesOfTimeIsTheSameInEveryZone_data()
+{
+    // Away from UTC one of these anchors has no local moment: the zone's
+    // offset takes it past the end of the range.
+    const qint64 first = std::numeric_limits<qint64>::min();
+    const qint64 last = std::numeric_limits<qint64>::max();
+    QTest::addColumn<qint64>("anchor");
+    QTest::addColumn<int>("unit");
+    QTest::addColumn<QString>("validity");
+    QTest::newRow("daily from the first time") << first << 0 << kOnlyAfterNow;
+    QTest::newRow("weekly from the first time") << first << 1 << kOnlyAfterNow;
+    QTest::newRow("monthly from the first time") << first << 2 << kOnlyAfterNow;
+    QTest::newRow("daily from the last time") << last << 0 << kEverythingInside;
+    QTest::newRow("weekly from the last time") << last << 1 << kEverythingInside;
+    QTest::newRow("monthly from the last time") << last << 2 << kEverythingInside;
+}
+
+void TestReminderTimeRules::countFromAnAnchorAtTheEdgesOfTimeIsTheSameInEveryZone()
+{
+    QFETCH(qint64, anchor);
+    QFETCH(int, unit);
+    QFETCH(QString, validity);
+    setNow(ms(2031, 5, 7, 12));
+    ReminderItemPtr item = series(anchor, unit, 1, flags({1, 2, 3, 4, 5, 6, 7}));
+    item->setDayOfMonthFlags(1);
+    item->setRepeatCount(2);
+    QCOMPARE(validityAcrossTime(item), validity);
 }
 
 void TestReminderTimeRules::advanceWithoutRuleMarksReminded()
