@@ -1,5 +1,6 @@
 #include "accountmanager.h"
 
+#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
@@ -19,6 +20,11 @@ private slots:
     void deletedReminderEmits();
     void errorEmits_data();
     void errorEmits();
+    void gatheredNotificationsArriveAsOneList_data();
+    void gatheredNotificationsArriveAsOneList();
+    void gatheringEndsAtItsLongestWindow();
+    void withdrawnNotificationLetsOutWhatWasGathered();
+    void gatheringNothingEmitsNothing();
 };
 
 void TestAccountManager::singleton()
@@ -116,6 +122,83 @@ void TestAccountManager::errorEmits()
     QCOMPARE(errors.at(0).at(2).toInt(), level);
     QCOMPARE(notified.count(), 0);
     QCOMPARE(deleted.count(), 0);
+}
+
+void TestAccountManager::gatheredNotificationsArriveAsOneList_data()
+{
+    QTest::addColumn<int>("calls");
+    QTest::addColumn<int>("gapMs");
+
+    QTest::newRow("one call") << 1 << 0;
+    QTest::newRow("three calls at once") << 3 << 0;
+    QTest::newRow("five calls with gaps below the quiet time") << 5 << 20;
+}
+
+void TestAccountManager::gatheredNotificationsArriveAsOneList()
+{
+    QFETCH(int, calls);
+    QFETCH(int, gapMs);
+    AccountManager* manager = AccountManager::getInstance();
+    QSignalSpy notified(manager, &AccountManager::newMessageNotified);
+    manager->gatherNotifications(150, 2000);
+    QVERIFY(manager->isGathering());
+    for (int i = 0; i < calls; ++i) {
+        manager->notifyNewMessage(QVariantList{ i, i + 100 });
+        if (gapMs > 0)
+            QTest::qWait(gapMs);
+    }
+    QCOMPARE(notified.count(), 0);
+    QTRY_COMPARE(notified.count(), 1);
+    QCOMPARE(notified.at(0).at(0).toList().size(), 2 * calls);
+    QCOMPARE(notified.at(0).at(0).toList().first().toInt(), 0);
+    QVERIFY(!manager->isGathering());
+    // Afterwards each call is emitted on its own again.
+    manager->notifyNewMessage(QVariantList{ 7 });
+    QCOMPARE(notified.count(), 2);
+}
+
+void TestAccountManager::gatheringEndsAtItsLongestWindow()
+{
+    AccountManager* manager = AccountManager::getInstance();
+    QSignalSpy notified(manager, &AccountManager::newMessageNotified);
+    QElapsedTimer clock;
+    clock.start();
+    manager->gatherNotifications(100, 300);
+    // A call every 40 ms never lets the quiet time pass.
+    while (notified.isEmpty() && clock.elapsed() < 5000) {
+        manager->notifyNewMessage(QVariantList{ 1 });
+        QTest::qWait(40);
+    }
+    QCOMPARE(notified.count(), 1);
+    QVERIFY(notified.at(0).at(0).toList().size() >= 2);
+    QVERIFY2(clock.elapsed() < 2000, "the window did not end");
+}
+
+void TestAccountManager::withdrawnNotificationLetsOutWhatWasGathered()
+{
+    AccountManager* manager = AccountManager::getInstance();
+    QList<QString> order;
+    QSignalSpy notified(manager, &AccountManager::newMessageNotified);
+    auto a = connect(manager, &AccountManager::newMessageNotified, this, [&] { order << QStringLiteral("notified"); });
+    auto b = connect(manager, &AccountManager::reminderNotificationDeleted, this,
+                     [&] { order << QStringLiteral("deleted"); });
+    manager->gatherNotifications(1000, 5000);
+    manager->notifyNewMessage(QVariantList{ 1 });
+    manager->deletedReminder(1001, QStringLiteral("7_1"));
+    QCOMPARE(order, (QList<QString>{ QStringLiteral("notified"), QStringLiteral("deleted") }));
+    QVERIFY(!manager->isGathering());
+    disconnect(a);
+    disconnect(b);
+}
+
+void TestAccountManager::gatheringNothingEmitsNothing()
+{
+    AccountManager* manager = AccountManager::getInstance();
+    QSignalSpy notified(manager, &AccountManager::newMessageNotified);
+    manager->gatherNotifications(20, 50);
+    QTRY_VERIFY(!manager->isGathering());
+    QTest::qWait(50);
+    QCOMPARE(notified.count(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestAccountManager)
