@@ -1,14 +1,29 @@
 #include "devicesession.h"
 
 #include "accountbase.h"
+#include "accountmanager.h"
 #include "contentcipher.h"
 #include "filemanager.h"
 #include "mediasendermodel.h"
 #include "reminderhandler.h"
+#include "remindermodel.h"
 #include "reminderserversession.h"
 #include "sharedpreferencebase.h"
 
 #include "crossthread.h"
+
+#include <QDateTime>
+#include <QTimeZone>
+
+namespace {
+
+// After a wake or a clock jump the timer's passes over what fell due end
+// within a few storage round trips; their notifications are gathered until
+// none came for this long, and for at most the second figure.
+constexpr int kCatchUpQuietMs = 150;
+constexpr int kCatchUpLongestMs = 1000;
+
+} // namespace
 
 DeviceSession::DeviceSession(ReminderServer* server, FileService* files, const QString& dataDir, qint64 accountId,
                              qint64 deviceId, const QByteArray& secret, QObject* parent)
@@ -87,6 +102,41 @@ void DeviceSession::signIn()
             m_session->requestList();
         });
     }, &m_loader);
+}
+
+void DeviceSession::catchUpWithTheClock()
+{
+    // Before the interface is ready the timer is not armed yet; the load's
+    // end arms it from the current clock.
+    if (!m_loaded || !m_interfaceReady)
+        return;
+    AccountManager::getInstance()->gatherNotifications(kCatchUpQuietMs, kCatchUpLongestMs);
+    m_handler->readyReminder();
+}
+
+void DeviceSession::followTimeZone(const QByteArray& oldZoneId, const QByteArray& newZoneId)
+{
+    const QTimeZone from(oldZoneId);
+    const QTimeZone to(newZoneId);
+    if (m_loaded && from.isValid() && to.isValid() && oldZoneId != newZoneId) {
+        const qint64 now = m_account->currentServerTime();
+        QStringList ids;
+        m_handler->reminderModel()->allIds(ids);
+        for (const QString& id : std::as_const(ids)) {
+            const ReminderItemPtr item = m_handler->reminderModel()->itemById(id);
+            // Only a reminder waiting for its time moves. One in a snooze
+            // cycle waits a span of minutes, not a time of day; one that
+            // already fired stays where it fired.
+            if (!item || item->completed() || item->reminded() || item->remindTime() <= now
+                || item->remindTime() != item->showRemindTime())
+                continue;
+            const QDateTime wall = QDateTime::fromMSecsSinceEpoch(item->remindTime(), from);
+            const qint64 moved = QDateTime(wall.date(), wall.time(), to).toMSecsSinceEpoch();
+            if (moved != item->remindTime() && moved > now)
+                m_handler->modifyRemindTime(id, moved);
+        }
+    }
+    catchUpWithTheClock();
 }
 
 void DeviceSession::waitForLoads()

@@ -45,6 +45,15 @@ public:
     void signOut();
     // The local reminders of the current sign-in are in the list.
     bool isLoaded() const { return m_loaded; }
+    // The machine woke up or the wall clock jumped: the remind timer aims
+    // anew, and everything that fell due meanwhile is notified at once, as
+    // one list.
+    void catchUpWithTheClock();
+    // The system time zone changed: every pending reminder keeps its local
+    // date and time of day (09:00 stays 09:00 in the new zone), then the
+    // timer catches up as above.
+    void followTimeZone(const QByteArray& oldZoneId, const QByteArray& newZoneId);
+
     // Blocks until no load is running or waiting (tests, shutdown).
     void waitForLoads();
     // The interface's reminder pages are up: the remind timer is armed as

@@ -1,0 +1,275 @@
+// A signed-in device when the machine sleeps, the clock is set or the time
+// zone changes: what fell due is notified at once, as one list; nothing is
+// notified twice; a reminder set for 09:00 fires at 09:00 in the new zone.
+// The clock is the platform's fixed clock: a jump moves it with no event
+// loop time passing, as a machine that slept sees it.
+#include "accountbase.h"
+#include "accountmanager.h"
+#include "devicesession.h"
+#include "fileservice.h"
+#include "imlog.h"
+#include "networksubject.h"
+#include "reminderhandler.h"
+#include "reminderinfo.h"
+#include "remindermodel.h"
+#include "reminderserver.h"
+#include "reminderstorage.h"
+#include "threadmanager.h"
+#include "userstorageprovider.h"
+
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimeZone>
+
+#include <ctime>
+#include <memory>
+
+namespace {
+
+constexpr qint64 kMinute = 60 * 1000;
+constexpr qint64 kHour = 60 * kMinute;
+
+qint64 noon()
+{
+    return QDateTime(QDate(2031, 6, 2), QTime(12, 0)).toMSecsSinceEpoch();
+}
+
+ReminderItemPtr oneOff(const QString& id, qint64 time)
+{
+    ReminderItemPtr item(new ReminderItem(id));
+    item->setText(id);
+    item->setOriginalRemindTime(time);
+    item->setShowRemindTime(time);
+    item->setRemindTime(time);
+    item->setOrderTime(time);
+    return item;
+}
+
+ReminderItemPtr daily(const QString& id, qint64 time)
+{
+    ReminderItemPtr item = oneOff(id, time);
+    item->setInterval(1);
+    item->setUnit(0);
+    return item;
+}
+
+QStringList idsOf(const QVariantList& records)
+{
+    QStringList ids;
+    for (const QVariant& v : records)
+        ids << v.toMap().value(QStringLiteral("msgData")).value<ReminderItemPtr>()->remindId();
+    ids.sort();
+    return ids;
+}
+
+void setZone(const QByteArray& zone)
+{
+    qputenv("TZ", zone);
+    tzset();
+}
+
+} // namespace
+
+class TestTimeChanges : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void wakeNotifiesWhatFellDueAsOneList();
+    void clockSetBackNotifiesNothingTwice();
+    void zoneChangeKeepsTheLocalTimeOfDay_data();
+    void zoneChangeKeepsTheLocalTimeOfDay();
+    void catchUpBeforeTheLoadIsDoneWaitsForIt();
+
+private:
+    // A device whose store holds these reminders, signed in, loaded, and
+    // with its interface ready (the remind timer armed).
+    bool start(const QList<ReminderItemPtr>& stored);
+    void settle();
+    ReminderItemPtr item(const QString& id) const { return m_device->handler()->reminderModel()->itemById(id); }
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<ReminderServer> m_server;
+    std::unique_ptr<FileService> m_files;
+    std::unique_ptr<DeviceSession> m_device;
+    QByteArray m_zone;
+};
+
+void TestTimeChanges::initTestCase()
+{
+    ReminderHandler::registerMetaType("unused");
+    ImLog::instance()->setEchoToStderr(false);
+    m_zone = qgetenv("TZ");
+}
+
+void TestTimeChanges::init()
+{
+    network::NetworkSubject::instance()->setFixedTime(noon());
+    m_dir.reset(new QTemporaryDir);
+    m_server.reset(new ReminderServer(m_dir->filePath("server.db"),
+                                      [] { return network::NetworkSubject::instance()->currentDateTime(); }));
+    m_files.reset(new FileService(m_dir->filePath("files")));
+    m_device.reset(new DeviceSession(m_server.get(), m_files.get(), m_dir->filePath("device"), 1001, 7, "secret"));
+}
+
+void TestTimeChanges::cleanup()
+{
+    m_device.reset();
+    m_server.reset();
+    m_files.reset();
+    m_dir.reset();
+    setZone(m_zone);
+    network::NetworkSubject::instance()->releaseFixedTime();
+}
+
+bool TestTimeChanges::start(const QList<ReminderItemPtr>& stored)
+{
+    QList<storage::ReminderInfo> infos;
+    for (const ReminderItemPtr& r : stored) {
+        storage::ReminderInfo info;
+        if (!r->serialize(info))
+            return false;
+        infos << info;
+    }
+    if (!m_device->account()->storage()->reminderStorage()->saveAll(infos))
+        return false;
+    QSignalSpy listed(m_device.get(), &DeviceSession::listFinished);
+    m_device->signIn();
+    m_device->setInterfaceReady();
+    if (!listed.wait(30000))
+        return false;
+    settle();
+    return m_device->isLoaded();
+}
+
+void TestTimeChanges::settle()
+{
+    for (int i = 0; i < 3; ++i) {
+        ThreadManager::getInstance()->waitForIdle();
+        QCoreApplication::processEvents();
+    }
+}
+
+void TestTimeChanges::wakeNotifiesWhatFellDueAsOneList()
+{
+    QVERIFY(start({ oneOff("7_1", noon() + 10 * kMinute), oneOff("7_2", noon() + 20 * kMinute),
+                    daily("7_3", noon() + 50 * kMinute), oneOff("7_4", noon() + 3 * kHour) }));
+    QSignalSpy notified(AccountManager::getInstance(), &AccountManager::newMessageNotified);
+
+    // Two hours of sleep: the wall clock moved, the timer's clock did not.
+    network::NetworkSubject::instance()->advance(2 * kHour);
+    QElapsedTimer sinceWake;
+    sinceWake.start();
+    m_device->catchUpWithTheClock();
+    QVERIFY(notified.wait(2000));
+    const qint64 delay = sinceWake.elapsed();
+    QVERIFY2(delay < 2000, QByteArray::number(delay));
+    qInfo("notified %lld ms after the wake", delay);
+    // One list, with the three that fell due; nothing more follows.
+    QTest::qWait(300);
+    settle();
+    QCOMPARE(notified.count(), 1);
+    QCOMPARE(idsOf(notified.at(0).at(0).toList()), (QStringList{ "7_1", "7_2", "7_3" }));
+    QVERIFY(item("7_1")->reminded());
+    QVERIFY(!item("7_4")->reminded());
+    // The daily one moved to tomorrow.
+    QCOMPARE(item("7_3")->remindTime(), noon() + 50 * kMinute + 24 * kHour);
+}
+
+void TestTimeChanges::clockSetBackNotifiesNothingTwice()
+{
+    QVERIFY(start({ oneOff("7_1", noon() + 10 * kMinute), daily("7_2", noon() + 20 * kMinute) }));
+    QSignalSpy notified(AccountManager::getInstance(), &AccountManager::newMessageNotified);
+
+    network::NetworkSubject::instance()->advance(30 * kMinute);
+    m_device->catchUpWithTheClock();
+    QVERIFY(notified.wait(2000));
+    QTest::qWait(300);
+    settle();
+    QCOMPARE(notified.count(), 1);
+    QCOMPARE(idsOf(notified.at(0).at(0).toList()), (QStringList{ "7_1", "7_2" }));
+
+    // Set back to before both, then forward past both again.
+    network::NetworkSubject::instance()->setFixedTime(noon() + 5 * kMinute);
+    m_device->catchUpWithTheClock();
+    QTest::qWait(300);
+    settle();
+    network::NetworkSubject::instance()->setFixedTime(noon() + 25 * kMinute);
+    m_device->catchUpWithTheClock();
+    QTest::qWait(300);
+    settle();
+    QCOMPARE(notified.count(), 1);
+    QVERIFY(item("7_1")->reminded());
+    QCOMPARE(item("7_2")->remindTime(), noon() + 20 * kMinute + 24 * kHour);
+}
+
+void TestTimeChanges::zoneChangeKeepsTheLocalTimeOfDay_data()
+{
+    QTest::addColumn<QByteArray>("fromZone");
+    QTest::addColumn<QByteArray>("toZone");
+
+    QTest::newRow("east to west") << QByteArray("Europe/Berlin") << QByteArray("America/New_York");
+    QTest::newRow("west to east") << QByteArray("America/New_York") << QByteArray("Asia/Tokyo");
+    QTest::newRow("into a zone without daylight saving") << QByteArray("Australia/Sydney")
+                                                          << QByteArray("Asia/Kolkata");
+}
+
+void TestTimeChanges::zoneChangeKeepsTheLocalTimeOfDay()
+{
+    QFETCH(QByteArray, fromZone);
+    QFETCH(QByteArray, toZone);
+    setZone(fromZone);
+    const QTimeZone from(fromZone);
+    const QTimeZone to(toZone);
+    // Midnight in the old zone; reminders at 09:00 tomorrow there.
+    const QDate today(2031, 6, 2);
+    network::NetworkSubject::instance()->setFixedTime(QDateTime(today, QTime(0, 0), from).toMSecsSinceEpoch());
+    const qint64 nineThere = QDateTime(today.addDays(1), QTime(9, 0), from).toMSecsSinceEpoch();
+    QVERIFY(start({ oneOff("7_1", nineThere), daily("7_2", nineThere),
+                    // Snoozed: it waits minutes, not a time of day.
+                    [&] {
+                        ReminderItemPtr s = oneOff("7_3", nineThere - kHour);
+                        s->setSnooze(10);
+                        s->setValidTime(nineThere);
+                        s->setRemindTime(nineThere);
+                        return s;
+                    }() }));
+
+    setZone(toZone);
+    m_device->followTimeZone(fromZone, toZone);
+    settle();
+    const qint64 nineHere = QDateTime(today.addDays(1), QTime(9, 0), to).toMSecsSinceEpoch();
+    QVERIFY(nineHere > network::NetworkSubject::instance()->currentDateTime());
+    QCOMPARE(item("7_1")->remindTime(), nineHere);
+    QCOMPARE(item("7_2")->remindTime(), nineHere);
+    QCOMPARE(item("7_3")->remindTime(), nineThere);
+
+    // It fires at 09:00 in the new zone, and the daily one comes back at
+    // 09:00 there the next day.
+    QSignalSpy notified(AccountManager::getInstance(), &AccountManager::newMessageNotified);
+    network::NetworkSubject::instance()->setFixedTime(nineHere + 1000);
+    m_device->catchUpWithTheClock();
+    QVERIFY(notified.wait(2000));
+    QTest::qWait(300);
+    settle();
+    QVERIFY(idsOf(notified.at(0).at(0).toList()).contains(QStringLiteral("7_1")));
+    QVERIFY(idsOf(notified.at(0).at(0).toList()).contains(QStringLiteral("7_2")));
+    QCOMPARE(item("7_2")->remindTime(),
+             QDateTime(today.addDays(2), QTime(9, 0), to).toMSecsSinceEpoch());
+}
+
+void TestTimeChanges::catchUpBeforeTheLoadIsDoneWaitsForIt()
+{
+    // Not loaded yet: nothing to catch up, and nothing gathered.
+    m_device->catchUpWithTheClock();
+    QVERIFY(!AccountManager::getInstance()->isGathering());
+    QVERIFY(start({ oneOff("7_1", noon() - kMinute) }));
+    QVERIFY(item("7_1")->reminded());
+}
+
+QTEST_GUILESS_MAIN(TestTimeChanges)
+#include "tst_timechanges.moc"
