@@ -24,6 +24,7 @@
 #include <QTimeZone>
 
 #include <ctime>
+#include <limits>
 #include <memory>
 
 namespace {
@@ -84,6 +85,8 @@ private slots:
     void zoneChangeKeepsTheLocalTimeOfDay_data();
     void zoneChangeKeepsTheLocalTimeOfDay();
     void catchUpBeforeTheLoadIsDoneWaitsForIt();
+    void clockJumpOfYearsHasADefinedOutcome_data();
+    void clockJumpOfYearsHasADefinedOutcome();
 
 private:
     // A device whose store holds these reminders, signed in, loaded, and
@@ -269,6 +272,70 @@ void TestTimeChanges::catchUpBeforeTheLoadIsDoneWaitsForIt()
     QVERIFY(!AccountManager::getInstance()->isGathering());
     QVERIFY(start({ oneOff("7_1", noon() - kMinute) }));
     QVERIFY(item("7_1")->reminded());
+}
+
+void TestTimeChanges::clockJumpOfYearsHasADefinedOutcome_data()
+{
+    QTest::addColumn<qint64>("jump");
+
+    const qint64 year = 365 * 24 * kHour;
+    QTest::newRow("30 years ahead") << 30 * year;
+    QTest::newRow("300 years ahead") << 300 * year;
+    QTest::newRow("30 years back") << -30 * year;
+    QTest::newRow("back before 1970") << -70 * year;
+}
+
+void TestTimeChanges::clockJumpOfYearsHasADefinedOutcome()
+{
+    QFETCH(qint64, jump);
+    ReminderItemPtr snoozing = oneOff("7_3", noon() + 30 * kMinute);
+    snoozing->setSnooze(10);
+    ReminderItemPtr weekly = oneOff("7_4", noon() + 40 * kMinute);
+    weekly->setInterval(1);
+    weekly->setUnit(1);
+    weekly->setDayOfWeekFlags(127);
+    ReminderItemPtr monthly = oneOff("7_5", noon() + 50 * kMinute);
+    monthly->setInterval(1);
+    monthly->setUnit(2);
+    monthly->setDayOfMonthFlags(-1);
+    // Another device's reminder, and one at the end of time.
+    QVERIFY(start({ oneOff("7_1", noon() + 10 * kMinute), daily("7_2", noon() + 20 * kMinute), snoozing, weekly,
+                    monthly, oneOff("9_6", noon() + 60 * kMinute),
+                    oneOff("7_7", std::numeric_limits<qint64>::max()) }));
+    QSignalSpy notified(AccountManager::getInstance(), &AccountManager::newMessageNotified);
+
+    network::NetworkSubject::instance()->advance(jump);
+    QElapsedTimer took;
+    took.start();
+    m_device->catchUpWithTheClock();
+    QTest::qWait(400);
+    settle();
+    QVERIFY2(took.elapsed() < 10000, "the catch-up did not end");
+    if (jump > 0) {
+        // Everything but the reminder at the end of time fell due: one
+        // list. Deliberate: the snoozing one's whole cycle (five periods)
+        // passed, so its pass ends the cycle without a notification, as
+        // for a reminder left unanswered; it stays open and overdue.
+        QCOMPARE(notified.count(), 1);
+        QCOMPARE(idsOf(notified.at(0).at(0).toList()), (QStringList{ "7_1", "7_2", "7_4", "7_5", "9_6" }));
+        QVERIFY(!item("7_3")->completed());
+        QVERIFY(!item("7_3")->reminded());
+        QVERIFY(item("7_3")->showRemindTime() < network::NetworkSubject::instance()->currentDateTime());
+        // Every reminder that fell due is overdue until answered.
+        QCOMPARE(m_device->handler()->uncompleteOverdueCount(), 6);
+        const qint64 now = network::NetworkSubject::instance()->currentDateTime();
+        for (const char* id : { "7_2", "7_4", "7_5" })
+            QVERIFY2(item(id)->remindTime() > now, id);
+        QVERIFY(!item("7_7")->reminded());
+    } else {
+        QCOMPARE(notified.count(), 0);
+    }
+    // The timer is armed for what is left, and a second catch-up repeats
+    // nothing.
+    m_device->catchUpWithTheClock();
+    QTest::qWait(300);
+    settle();
+    QCOMPARE(notified.count(), jump > 0 ? 1 : 0);
 }
 
 QTEST_GUILESS_MAIN(TestTimeChanges)
