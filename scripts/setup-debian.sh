@@ -17,6 +17,7 @@ packages=(
     libsodium-dev
     libicu-dev
     tzdata
+    dbus-daemon
     valgrind gnuplot-nox
     clang libclang-rt-14-dev
 )
