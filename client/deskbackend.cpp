@@ -11,6 +11,7 @@
 #include "reminderserver.h"
 #include "samplechat.h"
 #include "threadmanager.h"
+#include "timechangewatcher.h"
 #include "usermanager.h"
 
 #include <QDir>
@@ -41,6 +42,7 @@ DeskBackend::DeskBackend(const QString& dataDir, int deviceCount, QObject* paren
     m_files.reset(new FileService(QDir(dataDir).filePath(QStringLiteral("files"))));
     samplechat::publishSampleFile(m_files.get());
 
+    m_clock = new TimeChangeWatcher(this);
     const int count = qBound(1, deviceCount, 2);
     for (int n = 1; n <= count; ++n) {
         auto* session = new DeviceSession(m_server.get(), m_files.get(), deviceDirectory(dataDir, n), kAccountId, n,
@@ -50,6 +52,7 @@ DeskBackend::DeskBackend(const QString& dataDir, int deviceCount, QObject* paren
             session->account()->userManager()->addUser(QSharedPointer<ContactBase>::create(p.userId, p.name));
         m_sessions.append(session);
         m_devices.append(new DeskDevice(session, n, this));
+        session->followTimeChanges(m_clock);
         m_listed.append(false);
         const int index = n - 1;
         connect(session, &DeviceSession::listFinished, this, [this, index] {
@@ -87,6 +90,7 @@ void DeskBackend::signInAll()
 {
     for (DeviceSession* s : std::as_const(m_sessions))
         s->signIn();
+    m_clock->start();
 }
 
 bool DeskBackend::isAllListed() const

@@ -12,6 +12,7 @@ class DeskDevice;
 class DeviceSession;
 class FileService;
 class ReminderServer;
+class TimeChangeWatcher;
 
 // What the desktop client runs behind its windows: the reference reminder
 // server and the file service in the data directory, and one signed-in
@@ -65,4 +66,6 @@ private:
     QList<DeviceSession*> m_sessions;
     QList<DeskDevice*> m_devices;
     QList<bool> m_listed;
+    // Wakes, clock jumps and time-zone changes, for every device.
+    TimeChangeWatcher* m_clock = nullptr;
 };

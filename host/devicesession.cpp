@@ -9,6 +9,7 @@
 #include "remindermodel.h"
 #include "reminderserversession.h"
 #include "sharedpreferencebase.h"
+#include "timechangewatcher.h"
 
 #include "crossthread.h"
 
@@ -137,6 +138,13 @@ void DeviceSession::followTimeZone(const QByteArray& oldZoneId, const QByteArray
         }
     }
     catchUpWithTheClock();
+}
+
+void DeviceSession::followTimeChanges(TimeChangeWatcher* watcher)
+{
+    connect(watcher, &TimeChangeWatcher::clockJumped, this, [this] { catchUpWithTheClock(); });
+    connect(watcher, &TimeChangeWatcher::resumed, this, [this] { catchUpWithTheClock(); });
+    connect(watcher, &TimeChangeWatcher::timeZoneChanged, this, &DeviceSession::followTimeZone);
 }
 
 void DeviceSession::waitForLoads()

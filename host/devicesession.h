@@ -12,6 +12,7 @@ class FileService;
 class ReminderHandler;
 class ReminderServer;
 class ReminderServerSession;
+class TimeChangeWatcher;
 
 // One device of an account, as the host runs it: the account on its data
 // directory, a file manager uploading to the file service, a connection to
@@ -53,6 +54,10 @@ public:
     // date and time of day (09:00 stays 09:00 in the new zone), then the
     // timer catches up as above.
     void followTimeZone(const QByteArray& oldZoneId, const QByteArray& newZoneId);
+
+    // Catches up on every jump and wake the watcher reports, and follows
+    // its time-zone changes. One watcher can serve every device.
+    void followTimeChanges(TimeChangeWatcher* watcher);
 
     // Blocks until no load is running or waiting (tests, shutdown).
     void waitForLoads();

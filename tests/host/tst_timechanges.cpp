@@ -15,6 +15,7 @@
 #include "reminderserver.h"
 #include "reminderstorage.h"
 #include "threadmanager.h"
+#include "timechangewatcher.h"
 #include "userstorageprovider.h"
 
 #include <QElapsedTimer>
@@ -81,6 +82,7 @@ private slots:
     void init();
     void cleanup();
     void wakeNotifiesWhatFellDueAsOneList();
+    void watcherNoticesTheSleepWithinTwoSeconds();
     void clockSetBackNotifiesNothingTwice();
     void zoneChangeKeepsTheLocalTimeOfDay_data();
     void zoneChangeKeepsTheLocalTimeOfDay();
@@ -107,6 +109,9 @@ void TestTimeChanges::initTestCase()
     ReminderHandler::registerMetaType("unused");
     ImLog::instance()->setEchoToStderr(false);
     m_zone = qgetenv("TZ");
+    // The watcher here hears no logind: the clock check alone finds the
+    // sleep. (QDBusConnection reads the address once, before any watcher.)
+    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/reminder-test-no-bus");
 }
 
 void TestTimeChanges::init()
@@ -181,6 +186,28 @@ void TestTimeChanges::wakeNotifiesWhatFellDueAsOneList()
     QVERIFY(!item("7_4")->reminded());
     // The daily one moved to tomorrow.
     QCOMPARE(item("7_3")->remindTime(), noon() + 50 * kMinute + 24 * kHour);
+}
+
+void TestTimeChanges::watcherNoticesTheSleepWithinTwoSeconds()
+{
+    QVERIFY(start({ oneOff("7_1", noon() + 10 * kMinute), daily("7_2", noon() + 50 * kMinute),
+                    oneOff("7_3", noon() + 3 * kHour) }));
+    // As the desk client runs it: the default one-second check.
+    TimeChangeWatcher watcher;
+    m_device->followTimeChanges(&watcher);
+    watcher.start();
+    QSignalSpy notified(AccountManager::getInstance(), &AccountManager::newMessageNotified);
+
+    QElapsedTimer sinceWake;
+    network::NetworkSubject::instance()->advance(2 * kHour);
+    sinceWake.start();
+    QVERIFY(notified.wait(3000));
+    const qint64 delay = sinceWake.elapsed();
+    qInfo("notified %lld ms after the wake (clock check every %d ms)", delay, watcher.interval());
+    QVERIFY2(delay < 2000, QByteArray::number(delay));
+    QTest::qWait(300);
+    QCOMPARE(notified.count(), 1);
+    QCOMPARE(idsOf(notified.at(0).at(0).toList()), (QStringList{ "7_1", "7_2" }));
 }
 
 void TestTimeChanges::clockSetBackNotifiesNothingTwice()
