@@ -5,18 +5,14 @@
 // and points the system bus at.
 #include "imlog.h"
 #include "networksubject.h"
+#include "privatesystembus.h"
 #include "timechangewatcher.h"
 
-#include <QDBusConnection>
-#include <QDBusConnectionInterface>
-#include <QDBusMessage>
-#include <QDBusServiceWatcher>
 #include <QDateTime>
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimeZone>
@@ -28,13 +24,6 @@ namespace {
 constexpr qint64 kSecond = 1000;
 constexpr qint64 kHour = 3600 * kSecond;
 
-const char kLogindService[] = "org.freedesktop.login1";
-const char kLogindPath[] = "/org/freedesktop/login1";
-const char kLogindInterface[] = "org.freedesktop.login1.Manager";
-// The test's own connections to the private bus: one that owns logind's
-// name, one that does not.
-const char kLogindConnection[] = "test-logind";
-const char kImpostorConnection[] = "test-impostor";
 // Set in the environment of the copy of this test that runs without a
 // system bus.
 const char kNoBusChild[] = "TIMECHANGEWATCHER_NO_BUS_CHILD";
@@ -68,40 +57,6 @@ struct Spies
     QSignalSpy zone;
 };
 
-void sendPrepareForSleep(const QString& connectionName, bool goingToSleep)
-{
-    QDBusMessage signal = QDBusMessage::createSignal(QLatin1String(kLogindPath), QLatin1String(kLogindInterface),
-                                                     QStringLiteral("PrepareForSleep"));
-    signal << goingToSleep;
-    QVERIFY(QDBusConnection(connectionName).send(signal));
-}
-
-// The watchers' match rules are in place: QDBusConnection::connect() sends
-// them without waiting, and the bus handles one connection's messages in
-// order, so the answer to a later call means it has read them.
-void syncWithBus()
-{
-    QVERIFY(QDBusConnection::systemBus().interface()->isServiceRegistered(QLatin1String(kLogindService)));
-}
-
-// Returns once everything that `sender` sent before has reached the
-// watchers of this process. The bus passes a connection's messages on in the
-// order it sends them, and announces a new name owner after it has passed
-// on what came before, so the fence name's announcement arrives last.
-void passFence(const QString& sender)
-{
-    static int fences = 0;
-    const QString name = QStringLiteral("test.fence.f%1").arg(++fences);
-    QDBusServiceWatcher fence(name, QDBusConnection::systemBus(), QDBusServiceWatcher::WatchForRegistration);
-    QSignalSpy registered(&fence, &QDBusServiceWatcher::serviceRegistered);
-    syncWithBus();
-    QVERIFY(QDBusConnection(sender).interface()->isServiceRegistered(QLatin1String(kLogindService)));
-    QDBusConnection logind{QLatin1String(kLogindConnection)};
-    QVERIFY(logind.registerService(name));
-    QTRY_COMPARE_WITH_TIMEOUT(registered.count(), 1, 30000);
-    QVERIFY(logind.unregisterService(name));
-}
-
 } // namespace
 
 class TestTimeChangeWatcher : public QObject
@@ -129,8 +84,7 @@ private slots:
 
 private:
     QTemporaryDir m_dir;
-    QProcess m_daemon;
-    bool m_haveBus = false;
+    PrivateSystemBus m_bus;
     QByteArray m_zone;
 };
 
@@ -144,44 +98,14 @@ void TestTimeChangeWatcher::initTestCase()
     m_zone = qgetenv("TZ");
 
     // Every watcher of this process connects to the system bus named here,
-    // never to the machine's own: QDBusConnection::systemBus() reads the
-    // address once, so it is set before any watcher starts.
-    const QString daemon = QStandardPaths::findExecutable(QStringLiteral("dbus-daemon"));
-    if (daemon.isEmpty()) {
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=" + QFile::encodeName(m_dir.filePath(QStringLiteral("no-bus"))));
-        return;
-    }
-    m_daemon.setProgram(daemon);
-    m_daemon.setArguments({QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address=1")});
-    m_daemon.setProcessChannelMode(QProcess::SeparateChannels);
-    m_daemon.start();
-    QVERIFY2(m_daemon.waitForStarted(), qPrintable(m_daemon.errorString()));
-    while (!m_daemon.canReadLine())
-        QVERIFY2(m_daemon.waitForReadyRead(60000), "dbus-daemon printed no address");
-    const QByteArray address = m_daemon.readLine().trimmed();
-    QVERIFY(!address.isEmpty());
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", address);
-
-    QDBusConnection logind = QDBusConnection::connectToBus(QString::fromUtf8(address), QLatin1String(kLogindConnection));
-    QVERIFY2(logind.isConnected(), qPrintable(logind.lastError().message()));
-    QVERIFY(logind.registerService(QLatin1String(kLogindService)));
-    QDBusConnection impostor = QDBusConnection::connectToBus(QString::fromUtf8(address),
-                                                             QLatin1String(kImpostorConnection));
-    QVERIFY(impostor.isConnected());
-    m_haveBus = true;
+    // never to the machine's own.
+    if (!m_bus.start())
+        QVERIFY2(!m_bus.daemonFound(), qPrintable(m_bus.errorString()));
 }
 
 void TestTimeChangeWatcher::cleanupTestCase()
 {
-    if (!m_haveBus)
-        return;
-    QDBusConnection::disconnectFromBus(QLatin1String(kLogindConnection));
-    QDBusConnection::disconnectFromBus(QLatin1String(kImpostorConnection));
-    m_daemon.terminate();
-    if (!m_daemon.waitForFinished(30000)) {
-        m_daemon.kill();
-        m_daemon.waitForFinished();
-    }
+    m_bus.stop();
 }
 
 void TestTimeChangeWatcher::init()
@@ -343,14 +267,14 @@ void TestTimeChangeWatcher::logindSignal_data()
     QTest::addColumn<bool>("goingToSleep");
     QTest::addColumn<int>("resumed");
 
-    QTest::newRow("logind: woke up") << QString::fromLatin1(kLogindConnection) << false << 1;
-    QTest::newRow("logind: going to sleep") << QString::fromLatin1(kLogindConnection) << true << 0;
-    QTest::newRow("not logind: woke up") << QString::fromLatin1(kImpostorConnection) << false << 0;
+    QTest::newRow("logind: woke up") << PrivateSystemBus::logindConnection() << false << 1;
+    QTest::newRow("logind: going to sleep") << PrivateSystemBus::logindConnection() << true << 0;
+    QTest::newRow("not logind: woke up") << PrivateSystemBus::impostorConnection() << false << 0;
 }
 
 void TestTimeChangeWatcher::logindSignal()
 {
-    if (!m_haveBus)
+    if (!m_bus.isRunning())
         QSKIP("dbus-daemon is not installed");
     QFETCH(QString, sender);
     QFETCH(bool, goingToSleep);
@@ -362,9 +286,9 @@ void TestTimeChangeWatcher::logindSignal()
     watcher.start();
     QVERIFY(watcher.isListeningToLogind());
 
-    syncWithBus();
-    sendPrepareForSleep(sender, goingToSleep);
-    passFence(sender);
+    QVERIFY2(m_bus.syncWithBus(), qPrintable(m_bus.errorString()));
+    QVERIFY2(m_bus.sendPrepareForSleep(sender, goingToSleep), qPrintable(m_bus.errorString()));
+    QVERIFY2(m_bus.passFence(sender), qPrintable(m_bus.errorString()));
 
     QCOMPARE(spies.resumed.count(), resumed);
     QCOMPARE(spies.jumped.count(), 0);
@@ -373,7 +297,7 @@ void TestTimeChangeWatcher::logindSignal()
 
 void TestTimeChangeWatcher::wakeReportsTheJumpFirst()
 {
-    if (!m_haveBus)
+    if (!m_bus.isRunning())
         QSKIP("dbus-daemon is not installed");
 
     wallClock()->setFixedTime(noon());
@@ -385,10 +309,10 @@ void TestTimeChangeWatcher::wakeReportsTheJumpFirst()
     // Only the wake-up checks: the repeating check would find the jump too.
     watcher.setInterval(3600 * 1000);
     watcher.start();
-    syncWithBus();
+    QVERIFY2(m_bus.syncWithBus(), qPrintable(m_bus.errorString()));
 
     wallClock()->advance(8 * kHour);
-    sendPrepareForSleep(QLatin1String(kLogindConnection), false);
+    QVERIFY2(m_bus.sendPrepareForSleep(PrivateSystemBus::logindConnection(), false), qPrintable(m_bus.errorString()));
 
     QTRY_COMPARE_WITH_TIMEOUT(spies.resumed.count(), 1, 30000);
     QCOMPARE(order, QStringList({QStringLiteral("jump"), QStringLiteral("resumed")}));
@@ -413,9 +337,10 @@ void TestTimeChangeWatcher::stoppedWatcherIsSilent()
     setZone(m_zone == "Asia/Kolkata" ? "Europe/Berlin" : "Asia/Kolkata");
     stopped.checkNow();
 
-    if (m_haveBus) {
-        sendPrepareForSleep(QLatin1String(kLogindConnection), false);
-        passFence(QLatin1String(kLogindConnection));
+    if (m_bus.isRunning()) {
+        const QString logind = PrivateSystemBus::logindConnection();
+        QVERIFY2(m_bus.sendPrepareForSleep(logind, false), qPrintable(m_bus.errorString()));
+        QVERIFY2(m_bus.passFence(logind), qPrintable(m_bus.errorString()));
     }
     QTest::qWait(stopped.interval() * 3 / 2);
 
