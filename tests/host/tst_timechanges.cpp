@@ -2,13 +2,15 @@
 // zone changes: what fell due is notified at once, as one list; nothing is
 // notified twice; a reminder set for 09:00 fires at 09:00 in the new zone.
 // The clock is the platform's fixed clock: a jump moves it with no event
-// loop time passing, as a machine that slept sees it.
+// loop time passing, as a machine that slept sees it. logind is played on a
+// private system bus that the test starts.
 #include "accountbase.h"
 #include "accountmanager.h"
 #include "devicesession.h"
 #include "fileservice.h"
 #include "imlog.h"
 #include "networksubject.h"
+#include "privatesystembus.h"
 #include "reminderhandler.h"
 #include "reminderinfo.h"
 #include "remindermodel.h"
@@ -79,10 +81,13 @@ class TestTimeChanges : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
+    void cleanupTestCase();
     void init();
     void cleanup();
     void wakeNotifiesWhatFellDueAsOneList();
     void watcherNoticesTheSleepWithinTwoSeconds();
+    void logindWakeNotifiesWhatFellDueAtOnce();
+    void wakeFromAnyoneButLogindNotifiesNothing();
     void clockSetBackNotifiesNothingTwice();
     void zoneChangeKeepsTheLocalTimeOfDay_data();
     void zoneChangeKeepsTheLocalTimeOfDay();
@@ -102,6 +107,7 @@ private:
     std::unique_ptr<FileService> m_files;
     std::unique_ptr<DeviceSession> m_device;
     QByteArray m_zone;
+    PrivateSystemBus m_bus;
 };
 
 void TestTimeChanges::initTestCase()
@@ -109,9 +115,15 @@ void TestTimeChanges::initTestCase()
     ReminderHandler::registerMetaType("unused");
     ImLog::instance()->setEchoToStderr(false);
     m_zone = qgetenv("TZ");
-    // The watcher here hears no logind: the clock check alone finds the
-    // sleep. (QDBusConnection reads the address once, before any watcher.)
-    qputenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent/reminder-test-no-bus");
+    // Every watcher of this process connects to this bus, never to the
+    // machine's own.
+    if (!m_bus.start())
+        QVERIFY2(!m_bus.daemonFound(), qPrintable(m_bus.errorString()));
+}
+
+void TestTimeChanges::cleanupTestCase()
+{
+    m_bus.stop();
 }
 
 void TestTimeChanges::init()
@@ -192,7 +204,8 @@ void TestTimeChanges::watcherNoticesTheSleepWithinTwoSeconds()
 {
     QVERIFY(start({ oneOff("7_1", noon() + 10 * kMinute), daily("7_2", noon() + 50 * kMinute),
                     oneOff("7_3", noon() + 3 * kHour) }));
-    // As the desk client runs it: the default one-second check.
+    // As the desk client runs it: the default one-second check. No wake
+    // signal comes from logind here, so the check alone finds the sleep.
     TimeChangeWatcher watcher;
     m_device->followTimeChanges(&watcher);
     watcher.start();
@@ -206,6 +219,73 @@ void TestTimeChanges::watcherNoticesTheSleepWithinTwoSeconds()
     qInfo("notified %lld ms after the wake (clock check every %d ms)", delay, watcher.interval());
     QVERIFY2(delay < 2000, QByteArray::number(delay));
     QTest::qWait(300);
+    QCOMPARE(notified.count(), 1);
+    QCOMPARE(idsOf(notified.at(0).at(0).toList()), (QStringList{ "7_1", "7_2" }));
+}
+
+void TestTimeChanges::logindWakeNotifiesWhatFellDueAtOnce()
+{
+    if (!m_bus.isRunning())
+        QSKIP("dbus-daemon is not installed");
+    QVERIFY(start({ oneOff("7_1", noon() + 10 * kMinute), oneOff("7_2", noon() + 30 * kMinute),
+                    daily("7_3", noon() + 50 * kMinute), oneOff("7_4", noon() + 3 * kHour) }));
+    // A check a minute apart cannot be what finds a sleep within two
+    // seconds: only logind's signal can.
+    TimeChangeWatcher watcher;
+    watcher.setInterval(60 * 1000);
+    m_device->followTimeChanges(&watcher);
+    watcher.start();
+    QVERIFY(watcher.isListeningToLogind());
+    QVERIFY2(m_bus.syncWithBus(), qPrintable(m_bus.errorString()));
+    QSignalSpy notified(AccountManager::getInstance(), &AccountManager::newMessageNotified);
+
+    network::NetworkSubject::instance()->advance(2 * kHour);
+    QElapsedTimer sinceWake;
+    sinceWake.start();
+    QVERIFY2(m_bus.sendPrepareForSleep(PrivateSystemBus::logindConnection(), false), qPrintable(m_bus.errorString()));
+    QVERIFY(notified.wait(3000));
+    const qint64 delay = sinceWake.elapsed();
+    qInfo("notified %lld ms after logind's wake signal (clock check every %d ms)", delay, watcher.interval());
+    QVERIFY2(delay < 2000, QByteArray::number(delay));
+    // One list, with the three that fell due; nothing more follows.
+    QTest::qWait(300);
+    settle();
+    QCOMPARE(notified.count(), 1);
+    QCOMPARE(idsOf(notified.at(0).at(0).toList()), (QStringList{ "7_1", "7_2", "7_3" }));
+    QVERIFY(!item("7_4")->reminded());
+    QCOMPARE(item("7_3")->remindTime(), noon() + 50 * kMinute + 24 * kHour);
+}
+
+void TestTimeChanges::wakeFromAnyoneButLogindNotifiesNothing()
+{
+    if (!m_bus.isRunning())
+        QSKIP("dbus-daemon is not installed");
+    QVERIFY(start({ oneOff("7_1", noon() + 10 * kMinute), daily("7_2", noon() + 50 * kMinute) }));
+    TimeChangeWatcher watcher;
+    watcher.setInterval(60 * 1000);
+    m_device->followTimeChanges(&watcher);
+    watcher.start();
+    QVERIFY(watcher.isListeningToLogind());
+    QVERIFY2(m_bus.syncWithBus(), qPrintable(m_bus.errorString()));
+    QSignalSpy notified(AccountManager::getInstance(), &AccountManager::newMessageNotified);
+
+    network::NetworkSubject::instance()->advance(2 * kHour);
+    const QString impostor = PrivateSystemBus::impostorConnection();
+    QVERIFY2(m_bus.sendPrepareForSleep(impostor, false), qPrintable(m_bus.errorString()));
+    QVERIFY2(m_bus.passFence(impostor), qPrintable(m_bus.errorString()));
+    // The signal has been delivered by now; a catch-up it started would
+    // still be gathering what fell due.
+    QVERIFY(!AccountManager::getInstance()->isGathering());
+    QTest::qWait(300);
+    settle();
+    QCOMPARE(notified.count(), 0);
+    QVERIFY(!item("7_1")->reminded());
+
+    // The same signal from logind is heard: the device was listening.
+    QVERIFY2(m_bus.sendPrepareForSleep(PrivateSystemBus::logindConnection(), false), qPrintable(m_bus.errorString()));
+    QVERIFY(notified.wait(3000));
+    QTest::qWait(300);
+    settle();
     QCOMPARE(notified.count(), 1);
     QCOMPARE(idsOf(notified.at(0).at(0).toList()), (QStringList{ "7_1", "7_2" }));
 }
