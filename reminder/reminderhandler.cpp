@@ -468,6 +468,11 @@ void ReminderHandler::onTimeOut()
                 if (item->reminded()) {
                     // The stored record lags behind the item.
                     saveToDb(item, UpdateAll);
+                } else if (item->remindTime() > info.remindTime) {
+                    // So does this one: an earlier pass (a wake brings two
+                    // catch-ups in one turn) already moved the reminder past
+                    // this instant, and its write has not landed yet.
+                    saveToDb(item, UpdateRemindTime);
                 } else if (item->completed()) {
                     item->setReminded(true);
                     saveToDb(item, UpdateAll);

@@ -147,6 +147,8 @@ private slots:
     void recordThatCannotBeShownDoesNotHoldUpLaterReminders_data();
     void recordThatCannotBeShownDoesNotHoldUpLaterReminders();
     void reminderThatStaysDueAfterItsPassDoesNotHoldUpLaterOnes();
+    void secondPassBeforeTheFirstWasWrittenNotifiesNothingAgain_data();
+    void secondPassBeforeTheFirstWasWrittenNotifiesNothingAgain();
     void dailyReminderMovesOnUntilItsCountEnds();
     void snoozingReminderStopsNotifyingAfterFivePeriods();
     void unseenRepeatingReminderFiringAgainWritesOnlyItsTime_data();
@@ -757,6 +759,46 @@ void TestReminderTimer::reminderThatStaysDueAfterItsPassDoesNotHoldUpLaterOnes()
     f.handler->snoozeReminder(QStringLiteral("7_5"), 5);
     f.settle();
     QCOMPARE(f.probe->nearest(), f.now() + 5 * kMinute);
+}
+
+void TestReminderTimer::secondPassBeforeTheFirstWasWrittenNotifiesNothingAgain_data()
+{
+    QTest::addColumn<int>("snooze");
+
+    QTest::newRow("daily") << 0;
+    QTest::newRow("daily with a snooze period") << 10;
+}
+
+void TestReminderTimer::secondPassBeforeTheFirstWasWrittenNotifiesNothingAgain()
+{
+    QFETCH(int, snooze);
+    HandlerFixture f;
+    const qint64 due = at(2031, 6, 2, 12, 30);
+    ReminderItemPtr repeating = daily("7_1", due);
+    repeating->setSnooze(snooze);
+    f.storeItem(repeating);
+    f.storeItem(HandlerFixture::makeItem("7_2", due));
+    f.handler->loadLocalData(false);
+    f.handler->readyReminder();
+    {
+        // The first pass's writes stay queued while the rule runs again.
+        WorkerGate gate;
+        f.setNow(due + 1000);
+        f.probe->onTimeOut();
+        QCOMPARE(f.notified->count(), 1);
+        const qint64 moved = listed(f, "7_1")->remindTime();
+        QVERIFY(moved > due);
+        f.handler->readyReminder();
+        f.probe->onTimeOut();
+        QCOMPARE(f.notified->count(), 1);
+        QCOMPARE(listed(f, "7_1")->remindTime(), moved);
+    }
+    f.settle();
+    QCOMPARE(f.notified->count(), 1);
+    QCOMPARE(f.notifiedIdsOfCall(0), (QStringList{ "7_1", "7_2" }));
+    QCOMPARE(f.record(QStringLiteral("7_1")).remindTime, listed(f, "7_1")->remindTime());
+    QVERIFY(f.record(QStringLiteral("7_2")).reminded);
+    f.probe->timer().stop();
 }
 
 void TestReminderTimer::dailyReminderMovesOnUntilItsCountEnds()
