@@ -31,30 +31,75 @@ void fail(const QString& text)
     std::fprintf(stderr, "reminder-desk: %s\n", qPrintable(text));
 }
 
+struct CommandLine
+{
+    QCommandLineOption devices{QStringLiteral("devices"), qtTrId("desk_cli_devices"), QStringLiteral("N"),
+                               QStringLiteral("1")};
+    QCommandLineOption data{QStringLiteral("data"), qtTrId("desk_cli_data"), QStringLiteral("DIR")};
+    QCommandLineOption language{QStringLiteral("language"), qtTrId("desk_cli_language"), QStringLiteral("LANG")};
+    QCommandLineOption tour{QStringLiteral("tour"), qtTrId("desk_cli_tour"), QStringLiteral("DIR")};
+    QCommandLineOption quitAfterList{QStringLiteral("quit-after-list"), qtTrId("desk_cli_quit_after_list")};
+
+    void describe(QCommandLineParser& parser) const
+    {
+        parser.setApplicationDescription(qtTrId("desk_cli_description"));
+        parser.addHelpOption();
+        parser.addOptions({devices, data, language, tour, quitAfterList});
+    }
+};
+
+// The catalogue is needed for the command line's own texts.
+void loadCatalogue()
+{
+    AppSettingModel::setTranslationsDirectory(
+        AppSettingModel::defaultTranslationsDirectory(QCoreApplication::applicationDirPath()));
+    AppSettingModel::setLanguage(AppSettingModel::language());
+}
+
+bool asksForHelp(int argc, char* argv[])
+{
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray arg(argv[i]);
+        if (arg == "-h" || arg == "--help" || arg == "-?" || arg == "--help-all")
+            return true;
+    }
+    return false;
+}
+
+// Help needs no window system: it is printed before the graphical
+// application (which needs a display) exists.
+int printHelp(int argc, char* argv[])
+{
+    QCoreApplication core(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("reminder-desk"));
+    loadCatalogue();
+    QCommandLineParser parser;
+    const CommandLine options;
+    options.describe(parser);
+    parser.process(core);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
 {
+    if (asksForHelp(argc, argv))
+        return printHelp(argc, argv);
+
     QApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("reminder-desk"));
-
-    // The catalogue is needed for the command line's own texts.
-    AppSettingModel::setTranslationsDirectory(
-        AppSettingModel::defaultTranslationsDirectory(QCoreApplication::applicationDirPath()));
-    AppSettingModel::setLanguage(AppSettingModel::language());
+    loadCatalogue();
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(qtTrId("desk_cli_description"));
-    parser.addHelpOption();
-    const QCommandLineOption devicesOption(QStringLiteral("devices"), qtTrId("desk_cli_devices"), QStringLiteral("N"),
-                                           QStringLiteral("1"));
-    const QCommandLineOption dataOption(QStringLiteral("data"), qtTrId("desk_cli_data"), QStringLiteral("DIR"));
-    const QCommandLineOption languageOption(QStringLiteral("language"), qtTrId("desk_cli_language"),
-                                            QStringLiteral("LANG"));
-    const QCommandLineOption tourOption(QStringLiteral("tour"), qtTrId("desk_cli_tour"), QStringLiteral("DIR"));
-    const QCommandLineOption quitOption(QStringLiteral("quit-after-list"), qtTrId("desk_cli_quit_after_list"));
-    parser.addOptions({devicesOption, dataOption, languageOption, tourOption, quitOption});
+    const CommandLine cli;
+    cli.describe(parser);
     parser.process(app);
+    const QCommandLineOption& devicesOption = cli.devices;
+    const QCommandLineOption& dataOption = cli.data;
+    const QCommandLineOption& languageOption = cli.language;
+    const QCommandLineOption& tourOption = cli.tour;
+    const QCommandLineOption& quitOption = cli.quitAfterList;
 
     DeskOptions options;
     bool ok = false;

@@ -25,11 +25,18 @@ struct Run
     QString err;
 };
 
-Run runClient(const QStringList& args)
+// withoutDisplay: no window system at all (no offscreen platform, no X
+// or Wayland display), as in a plain terminal or over ssh.
+Run runClient(const QStringList& args, bool withoutDisplay = false)
 {
     QProcess p;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    if (withoutDisplay) {
+        for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+            env.remove(QString::fromLatin1(name));
+    } else {
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    }
     p.setProcessEnvironment(env);
     p.start(QStringLiteral(REMINDER_DESK_BINARY), args);
     Run r;
@@ -89,6 +96,8 @@ private slots:
     void twoDevicesOnEmptyDataDirectory();
     void tenThousandStoredReminders();
     void refusesBadArguments();
+    void helpWorksWithoutADisplay_data();
+    void helpWorksWithoutADisplay();
 };
 
 void TestClientStartup::emptyDataDirectory()
@@ -137,6 +146,24 @@ void TestClientStartup::refusesBadArguments()
     QVERIFY(language.finished);
     QCOMPARE(language.exitCode, 2);
     QVERIFY(language.err.contains(QStringLiteral("xx")));
+}
+
+void TestClientStartup::helpWorksWithoutADisplay_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::newRow("--help") << QStringLiteral("--help");
+    QTest::newRow("-h") << QStringLiteral("-h");
+}
+
+void TestClientStartup::helpWorksWithoutADisplay()
+{
+    QFETCH(QString, option);
+    const Run r = runClient({option}, true);
+    QVERIFY2(r.finished, qPrintable(r.err));
+    QCOMPARE(r.status, QProcess::NormalExit);
+    QVERIFY2(r.exitCode == 0, qPrintable(r.err));
+    for (const char* name : {"--devices", "--data", "--language", "--tour", "--quit-after-list"})
+        QVERIFY2(r.out.contains(QLatin1String(name)), qPrintable(r.out));
 }
 
 QTEST_GUILESS_MAIN(TestClientStartup)
