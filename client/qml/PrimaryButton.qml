@@ -23,6 +23,7 @@ Button {
     }
     background: Rectangle {
         radius: 8
-        color: !button.enabled ? "#b9c6e4" : (button.down ? "#2f5cb8" : (button.hovered ? "#3565c8" : Theme.accent))
+        color: !button.enabled ? Theme.accentDisabled
+                                : (button.down ? Theme.accentDown : (button.hovered ? Theme.accentHover : Theme.accent))
     }
 }
