@@ -126,7 +126,10 @@ void DeskDevice::addBanner(const ReminderItemPtr& item, qint64 dateTime)
         }
     }
     m_banners.prepend(qMakePair(item, dateTime));
+    m_snoozedOneOffs.remove(item->remindId());
     emit bannersChanged();
+    // The row turns overdue in the same frame as its banner shows.
+    bumpTick();
 }
 
 void DeskDevice::withdrawBanner(const QString& remindId)
@@ -143,6 +146,79 @@ void DeskDevice::dismissBanner(const QString& remindId)
             return;
         }
     }
+}
+
+namespace {
+
+// A one-off reminder that has fired is done for the module: snoozing or
+// moving it to tomorrow changes its times but never makes it fire again.
+bool firedOneOff(const ReminderItemPtr& item)
+{
+    return item && item->interval() < 1 && item->reminded() && !item->completed();
+}
+
+} // namespace
+
+void DeskDevice::answerSnooze(const QString& remindId, int minutes)
+{
+    const ReminderItemPtr item = m_handler->reminderModel()->itemById(remindId);
+    dismissBanner(remindId);
+    if (!item)
+        return;
+    if (firedOneOff(item)) {
+        // Deliberate: a new remind time is what makes a fired one-off
+        // reminder fire again; the module's snooze would leave it done.
+        const qint64 at = now() + qint64(minutes) * 60 * 1000;
+        m_handler->modifyRemindTime(remindId, at);
+        m_snoozedOneOffs.insert(remindId, at);
+    } else {
+        m_handler->snoozeReminder(remindId, minutes);
+    }
+    bumpTick();
+}
+
+void DeskDevice::answerTomorrow(const QString& remindId)
+{
+    const ReminderItemPtr item = m_handler->reminderModel()->itemById(remindId);
+    dismissBanner(remindId);
+    if (!item)
+        return;
+    if (firedOneOff(item)) {
+        const QDate tomorrow = QDateTime::fromMSecsSinceEpoch(now()).date().addDays(1);
+        const qint64 at = QDateTime(tomorrow, QTime(9, 0)).toMSecsSinceEpoch();
+        m_handler->modifyRemindTime(remindId, at);
+        m_snoozedOneOffs.insert(remindId, at);
+    } else {
+        m_handler->snoozeTomorrow(remindId);
+    }
+    bumpTick();
+}
+
+void DeskDevice::answerClose(const QString& remindId)
+{
+    dismissBanner(remindId);
+    m_handler->closeOverdueReminder(remindId);
+    bumpTick();
+}
+
+void DeskDevice::answerDone(const QString& remindId)
+{
+    dismissBanner(remindId);
+    m_handler->completedReminder(remindId, true);
+    bumpTick();
+}
+
+qint64 DeskDevice::snoozedUntil(ReminderItem* item) const
+{
+    if (!item || item->completed() || item->reminded())
+        return 0;
+    const auto oneOff = m_snoozedOneOffs.constFind(item->remindId());
+    if (oneOff != m_snoozedOneOffs.cend() && oneOff.value() == item->remindTime())
+        return item->remindTime();
+    // A snooze cycle: the next firing comes after the occurrence shown.
+    if (item->validTime() > 0 && item->remindTime() > item->showRemindTime() && item->showRemindTime() > 0)
+        return item->remindTime();
+    return 0;
 }
 
 void DeskDevice::showToast(const QString& text)

@@ -4,6 +4,7 @@
 #include "reminderitem.h"
 
 #include <QList>
+#include <QHash>
 #include <QObject>
 #include <QString>
 #include <QTimer>
@@ -147,6 +148,15 @@ public:
     Q_INVOKABLE void syncNow();
     // The banner leaves (the person answered it).
     Q_INVOKABLE void dismissBanner(const QString& remindId);
+    // The answers to a fired reminder, as its banner offers them; each
+    // takes the banner away and does what its label says, also for a
+    // reminder that does not repeat (docs/client.md).
+    Q_INVOKABLE void answerSnooze(const QString& remindId, int minutes);
+    Q_INVOKABLE void answerTomorrow(const QString& remindId);
+    Q_INVOKABLE void answerClose(const QString& remindId);
+    Q_INVOKABLE void answerDone(const QString& remindId);
+    // When a snoozed reminder fires again; 0 when it is not snoozed.
+    Q_INVOKABLE qint64 snoozedUntil(ReminderItem* item) const;
     // The local path of a chosen file; converted copies of attachments go
     // to this device's cache folder from now on.
     Q_INVOKABLE QString prepareAttachment(const QUrl& url) const;
@@ -164,6 +174,9 @@ private:
     void bumpTick();
     ReminderItemPtr pointerOf(ReminderItem* item) const;
 
+    // Fired one-off reminders the user snoozed: the new remind time each
+    // was given (the module keeps no snooze state for them).
+    QHash<QString, qint64> m_snoozedOneOffs;
     DeviceSession* m_session = nullptr;
     ReminderHandler* m_handler = nullptr;
     int m_number = 0;

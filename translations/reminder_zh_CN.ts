@@ -284,6 +284,11 @@
         <extracomment>Tooltip of a completed row's check.</extracomment>
         <translation>标记为未完成</translation>
     </message>
+    <message id="desk_row_snoozed_until">
+        <source>Snoozed until %1</source>
+        <extracomment>A snoozed row's time: when it fires again. %1: the time ("Today 09:10").</extracomment>
+        <translation>已推迟到 %1</translation>
+    </message>
     <message id="desk_row_overdue">
         <source>Overdue · %1</source>
         <extracomment>A row's time once it has passed. %1: the time ("Today 09:00").</extracomment>

@@ -130,8 +130,7 @@ Column {
                             text: qsTrId("desk_banner_snooze")
                             font.pixelSize: Theme.fontSmall + 1
                             onClicked: {
-                                stack.handler.snoozeReminder(banner.remindId, 10)
-                                stack.device.dismissBanner(banner.remindId)
+                                stack.device.answerSnooze(banner.remindId, 10)
                             }
                         }
                         FlatButton {
@@ -139,8 +138,7 @@ Column {
                             text: qsTrId("desk_banner_tomorrow")
                             font.pixelSize: Theme.fontSmall + 1
                             onClicked: {
-                                stack.handler.snoozeTomorrow(banner.remindId)
-                                stack.device.dismissBanner(banner.remindId)
+                                stack.device.answerTomorrow(banner.remindId)
                             }
                         }
                         FlatButton {
@@ -148,8 +146,7 @@ Column {
                             text: qsTrId("desk_banner_close")
                             font.pixelSize: Theme.fontSmall + 1
                             onClicked: {
-                                stack.handler.closeOverdueReminder(banner.remindId)
-                                stack.device.dismissBanner(banner.remindId)
+                                stack.device.answerClose(banner.remindId)
                             }
                         }
                         Item { Layout.fillWidth: true }
@@ -158,8 +155,7 @@ Column {
                             text: qsTrId("desk_banner_done")
                             font.pixelSize: Theme.fontSmall + 1
                             onClicked: {
-                                stack.handler.completedReminder(banner.remindId, true)
-                                stack.device.dismissBanner(banner.remindId)
+                                stack.device.answerDone(banner.remindId)
                             }
                         }
                     }

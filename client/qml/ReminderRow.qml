@@ -20,6 +20,15 @@ Item {
     readonly property var quote: item ? item.quoteMsgItem : null
     readonly property bool overdue: { device.tick; return item ? device.isOverdue(item) : false }
     readonly property string whenText: { device.tick; return item ? device.formatTime(item.showRemindTime) : "" }
+    // Snoozed: when it fires again, said instead of the time it passed.
+    readonly property double snoozedUntil: {
+        device.tick
+        if (!item)
+            return 0
+        item.remindTime
+        item.reminded
+        return device.snoozedUntil(item)
+    }
     readonly property string repeatText: {
         device.tick
         if (!item)
@@ -268,10 +277,12 @@ Item {
                         }
                         Label {
                             objectName: "rowWhen"
-                            text: row.overdue ? qsTrId("desk_row_overdue").arg(row.whenText) : row.whenText
-                            color: row.overdue ? Theme.danger : Theme.subtle
+                            text: row.snoozedUntil > 0
+                                  ? qsTrId("desk_row_snoozed_until").arg(device.formatTime(row.snoozedUntil))
+                                  : (row.overdue ? qsTrId("desk_row_overdue").arg(row.whenText) : row.whenText)
+                            color: row.overdue && row.snoozedUntil <= 0 ? Theme.danger : Theme.subtle
                             font.pixelSize: Theme.fontSmall + 1
-                            font.weight: row.overdue ? Font.DemiBold : Font.Normal
+                            font.weight: row.overdue && row.snoozedUntil <= 0 ? Font.DemiBold : Font.Normal
                         }
                     }
                     Row {

@@ -57,6 +57,8 @@ public:
         for (DeskDevice* d : backend->devices())
             d->refreshClock();
     }
+    // Moves the fixed clock as time passes on its own: nothing is told.
+    Q_INVOKABLE void passTime(double ms) { network::NetworkSubject::instance()->setFixedTime(qint64(ms)); }
     // Lets the storage worker finish and delivers what it posted back.
     Q_INVOKABLE void settle()
     {

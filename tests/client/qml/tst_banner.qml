@@ -2,7 +2,8 @@ import QtQuick
 import QtTest
 import ReminderDesk
 
-// A reminder fires: its banner shows, and "Snooze 10 min" puts it off.
+// A reminder fires: its banner shows, and "Snooze 10 min" puts it off: the
+// row says until when, and it fires again then.
 Item {
     width: 980
     height: 700
@@ -42,8 +43,19 @@ Item {
             tryCompare(banners, "count", 0)
             const item = testDevice.itemById(id)
             compare(item.remindTime, support.now() + 10 * 60 * 1000)
-            compare(item.validTime, support.now() + 10 * 60 * 1000)
+            // It does not repeat: it is given the new time and fires again.
+            verify(!item.reminded)
             tryVerify(() => support.storedRemindTime(id) === support.now() + 10 * 60 * 1000, 10000)
+
+            // The row says so at once, and ten minutes later it fires again.
+            const row = rowOf(id)
+            tryVerify(() => findChild(row, "rowWhen").text.indexOf(
+                          testDevice.formatTime(support.now() + 10 * 60 * 1000)) >= 0)
+            compare(findChild(row, "rowWhen").text,
+                    qsTrId("desk_row_snoozed_until").arg(testDevice.formatTime(support.now() + 10 * 60 * 1000)))
+            support.setTime(support.now() + 10 * 60 * 1000 + 1000)
+            handler.readyReminder()
+            tryCompare(banners, "count", 1)
         }
     }
 }
