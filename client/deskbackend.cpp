@@ -6,6 +6,7 @@
 #include "deskdevice.h"
 #include "devicesession.h"
 #include "fileservice.h"
+#include "fileutil.h"
 #include "mediasendermodel.h"
 #include "networksubject.h"
 #include "reminderserver.h"
@@ -70,7 +71,19 @@ DeskBackend::DeskBackend(const QString& dataDir, int deviceCount, QObject* paren
     connect(manager, &AccountManager::errorReported, this,
             [this](int, const QString& text, int) { onError(text); });
     connect(MediaSenderModel::getInstance(), &MediaSenderModel::errorNotified, this,
-            [this](int code) { onError(qtTrId("desk_toast_attach_failed").arg(code)); });
+            [this](int code) { onError(attachErrorText(code)); });
+}
+
+QString DeskBackend::attachErrorText(int code)
+{
+    // Says why, in the words of the person who chose the file.
+    switch (code) {
+    case FileUtil::ErrorUnreadableFile: return qtTrId("desk_attach_unreadable");
+    case FileUtil::ErrorEmptyFile: return qtTrId("desk_attach_empty");
+    case FileUtil::ErrorNotImage: return qtTrId("desk_attach_not_image");
+    case FileUtil::ErrorTooLarge: return qtTrId("desk_attach_too_large");
+    default: return qtTrId("desk_toast_attach_failed").arg(code);
+    }
 }
 
 DeskBackend::~DeskBackend()

@@ -49,6 +49,8 @@ public:
     // server; allListed() follows once every device's first listing is in.
     void signInAll();
     bool isAllListed() const;
+    // The toast for a file the media parser refused (a FileUtil error).
+    static QString attachErrorText(int code);
 
 signals:
     void allListed();

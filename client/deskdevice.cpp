@@ -550,3 +550,15 @@ QString DeskDevice::prepareAttachment(const QUrl& url) const
     MediaSenderModel::getInstance()->setCacheDirectory(account()->cacheDirectory());
     return url.isLocalFile() ? url.toLocalFile() : url.toString();
 }
+
+void DeskDevice::attachFile(const QUrl& url)
+{
+    const QString path = prepareAttachment(url);
+    const QFileInfo info(path);
+    // A folder goes to the handler, which refuses it with its own words.
+    if (!info.isDir() && (!info.exists() || !info.isReadable())) {
+        showToast(qtTrId("desk_attach_unreadable"));
+        return;
+    }
+    m_handler->addAttachment(path);
+}

@@ -160,6 +160,9 @@ public:
     // The local path of a chosen file; converted copies of attachments go
     // to this device's cache folder from now on.
     Q_INVOKABLE QString prepareAttachment(const QUrl& url) const;
+    // Attaches the chosen file to the open edit; a file that is gone since
+    // it was chosen (or never was a file) says why in a toast instead.
+    Q_INVOKABLE void attachFile(const QUrl& url);
 
 signals:
     void bannersChanged();

@@ -645,6 +645,26 @@
         <extracomment>Sender of a quoted message nobody knows.</extracomment>
         <translation>Someone</translation>
     </message>
+    <message id="desk_attach_unreadable">
+        <source>This file can't be attached: the file cannot be read.</source>
+        <extracomment>Toast: the chosen file is gone, or cannot be read.</extracomment>
+        <translation>This file can't be attached: the file cannot be read.</translation>
+    </message>
+    <message id="desk_attach_empty">
+        <source>This file can't be attached: the file is empty.</source>
+        <extracomment>Toast: the chosen file has no bytes.</extracomment>
+        <translation>This file can't be attached: the file is empty.</translation>
+    </message>
+    <message id="desk_attach_not_image">
+        <source>This picture can't be attached: it cannot be read as an image.</source>
+        <extracomment>Toast: the chosen picture is not an image that can be read.</extracomment>
+        <translation>This picture can't be attached: it cannot be read as an image.</translation>
+    </message>
+    <message id="desk_attach_too_large">
+        <source>This file can't be attached: it is larger than 2 GB.</source>
+        <extracomment>Toast: the chosen file is over the size limit.</extracomment>
+        <translation>This file can't be attached: it is larger than 2 GB.</translation>
+    </message>
     <message id="desk_toast_attach_failed">
         <source>This file can't be attached (error %1).</source>
         <extracomment>Toast. %1: the media parser's error code.</extracomment>

@@ -71,10 +71,14 @@ Item {
         pane: pane
     }
 
+    // In the window's overlay, above every dialog and the editor: a toast
+    // often speaks of what was just done in one of them.
     Toast {
         id: toast
-        anchors.horizontalCenter: parent.horizontalCenter
-        anchors.bottom: parent.bottom
+        parent: pane.Overlay.overlay
+        z: 1000
+        anchors.horizontalCenter: parent ? parent.horizontalCenter : undefined
+        anchors.bottom: parent ? parent.bottom : undefined
         anchors.bottomMargin: 28
     }
 

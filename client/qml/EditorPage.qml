@@ -362,7 +362,7 @@ Page {
             title: qsTrId("desk_editor_attach_title")
             fileMode: FileDialog.OpenFile
             onAccepted: {
-                page.handler.addAttachment(page.device.prepareAttachment(selectedFile))
+                page.device.attachFile(selectedFile)
                 fileDialogLoader.active = false
             }
             onRejected: fileDialogLoader.active = false

@@ -23,6 +23,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QImage>
 #include <QPainter>
 #include <QQmlContext>
@@ -103,6 +104,21 @@ public:
         const QString path = QDir(backend->dataDirectory()).filePath(name);
         return image.save(path) ? path : QString();
     }
+    // A file of that text in the data directory; its path.
+    Q_INVOKABLE QString makeFile(const QString& name, const QString& text)
+    {
+        const QString path = QDir(backend->dataDirectory()).filePath(name);
+        QFile file(path);
+        if (!file.open(QIODevice::WriteOnly) || file.write(text.toUtf8()) != text.toUtf8().size())
+            return QString();
+        return path;
+    }
+    Q_INVOKABLE QString makeFolder(const QString& name)
+    {
+        const QString path = QDir(backend->dataDirectory()).filePath(name);
+        return QDir().mkpath(path) ? path : QString();
+    }
+    Q_INVOKABLE bool removeFile(const QString& path) { return QFile::remove(path); }
     // Reminders the server holds (not deleted).
     Q_INVOKABLE int serverCount() const
     {
