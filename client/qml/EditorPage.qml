@@ -17,7 +17,10 @@ Page {
     readonly property var pattern: handler.reminderPattern
     readonly property bool hasTime: pattern.remindTime > 0
     readonly property var attachment: device.attachment(handler.attachmentItem)
+    // Something to be reminded of: a text, an attachment, or the quoted
+    // chat message itself.
     readonly property bool canSave: handler.content.trim().length > 0 || attachment.kind !== "none"
+                                    || handler.quoteMsgItem !== null
 
     background: Rectangle { color: "transparent" }
 

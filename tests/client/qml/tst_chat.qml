@@ -44,6 +44,24 @@ Item {
             compare(findChild(row, "rowQuoteText").text, "Quarterly report.pdf")
         }
 
+        function test_fileMessageSavedWithoutText() {
+            const before = model.count
+            remindAbout(1)
+            // The quoted file is enough to be reminded of.
+            compare(handler.content, "")
+            verify(inEditor("saveButton").enabled)
+            click(inEditor("saveButton"))
+            waitEditorClosed()
+            tryCompare(model, "count", before + 1)
+            let quoted = 0
+            for (let i = 0; i < model.count; ++i) {
+                const row = rowAt(i)
+                if (rowText(row) === "" && findChild(row, "rowQuoteText").text === "Quarterly report.pdf")
+                    ++quoted
+            }
+            compare(quoted, 1)
+        }
+
         function test_textMessage() {
             remindAbout(0)
             // The quoted text becomes the reminder's text.
