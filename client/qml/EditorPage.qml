@@ -107,8 +107,14 @@ Page {
                 color: Theme.surface
                 border.color: textArea.activeFocus ? Theme.accent : Theme.border
                 ScrollView {
+                    id: textScroll
+                    objectName: "editorTextScroll"
                     anchors.fill: parent
                     anchors.margins: 2
+                    // A text longer than the box shows its scroll bar all
+                    // the time, not only while it is being scrolled.
+                    ScrollBar.vertical.policy: textArea.contentHeight + textArea.topPadding + textArea.bottomPadding
+                                               > textScroll.height ? ScrollBar.AlwaysOn : ScrollBar.AsNeeded
                     TextArea {
                         id: textArea
                         objectName: "editorText"
@@ -123,6 +129,16 @@ Page {
                         selectByMouse: true
                         background: Item {}
                         onTextChanged: if (text !== page.handler.content) page.handler.content = text
+                        // Tab moves on to the next control (a reminder's
+                        // text has no use for tab characters).
+                        Keys.onTabPressed: (event) => {
+                            nextItemInFocusChain(true).forceActiveFocus(Qt.TabFocusReason)
+                            event.accepted = true
+                        }
+                        Keys.onBacktabPressed: (event) => {
+                            nextItemInFocusChain(false).forceActiveFocus(Qt.BacktabFocusReason)
+                            event.accepted = true
+                        }
                         Component.onCompleted: forceActiveFocus()
                     }
                 }
