@@ -665,6 +665,76 @@
         <extracomment>Toast: the chosen file is over the size limit.</extracomment>
         <translation>This file can't be attached: it is larger than 2 GB.</translation>
     </message>
+    <message id="desk_keys_title">
+        <source>Keyboard shortcuts</source>
+        <extracomment>Title of the shortcuts overlay.</extracomment>
+        <translation>Keyboard shortcuts</translation>
+    </message>
+    <message id="desk_keys_new">
+        <source>New reminder with details</source>
+        <extracomment>Shortcuts overlay: what Ctrl+N does.</extracomment>
+        <translation>New reminder with details</translation>
+    </message>
+    <message id="desk_keys_search">
+        <source>Search</source>
+        <extracomment>Shortcuts overlay: what Ctrl+F does.</extracomment>
+        <translation>Search</translation>
+    </message>
+    <message id="desk_keys_move">
+        <source>Move through the list</source>
+        <extracomment>Shortcuts overlay: the arrow keys.</extracomment>
+        <translation>Move through the list</translation>
+    </message>
+    <message id="desk_keys_open">
+        <source>Open the reminder</source>
+        <extracomment>Shortcuts overlay: Enter on a row.</extracomment>
+        <translation>Open the reminder</translation>
+    </message>
+    <message id="desk_keys_complete">
+        <source>Complete or reopen the reminder</source>
+        <extracomment>Shortcuts overlay: Space on a row.</extracomment>
+        <translation>Complete or reopen the reminder</translation>
+    </message>
+    <message id="desk_keys_save">
+        <source>Save the open reminder</source>
+        <extracomment>Shortcuts overlay: Ctrl+Enter in the editor.</extracomment>
+        <translation>Save the open reminder</translation>
+    </message>
+    <message id="desk_keys_cancel">
+        <source>Close the editor or this list</source>
+        <extracomment>Shortcuts overlay: Esc.</extracomment>
+        <translation>Close the editor or this list</translation>
+    </message>
+    <message id="desk_keys_tab">
+        <source>Next control</source>
+        <extracomment>Shortcuts overlay: Tab.</extracomment>
+        <translation>Next control</translation>
+    </message>
+    <message id="desk_keys_help">
+        <source>Show these shortcuts</source>
+        <extracomment>Shortcuts overlay: F1.</extracomment>
+        <translation>Show these shortcuts</translation>
+    </message>
+    <message id="desk_key_enter">
+        <source>Enter</source>
+        <extracomment>The Enter key's name.</extracomment>
+        <translation>Enter</translation>
+    </message>
+    <message id="desk_key_space">
+        <source>Space</source>
+        <extracomment>The space bar's name.</extracomment>
+        <translation>Space</translation>
+    </message>
+    <message id="desk_new_tooltip">
+        <source>New reminder with details (Ctrl+N)</source>
+        <extracomment>Tooltip of the New with details button.</extracomment>
+        <translation>New reminder with details (Ctrl+N)</translation>
+    </message>
+    <message id="desk_search_tooltip">
+        <source>Search (Ctrl+F)</source>
+        <extracomment>Tooltip of the search field.</extracomment>
+        <translation>Search (Ctrl+F)</translation>
+    </message>
     <message id="desk_toast_attach_failed">
         <source>This file can't be attached (error %1).</source>
         <extracomment>Toast. %1: the media parser's error code.</extracomment>

@@ -651,6 +651,76 @@
         <extracomment>Toast: the chosen file is over the size limit.</extracomment>
         <translation>无法添加此文件：文件大于 2 GB。</translation>
     </message>
+    <message id="desk_keys_title">
+        <source>Keyboard shortcuts</source>
+        <extracomment>Title of the shortcuts overlay.</extracomment>
+        <translation>键盘快捷键</translation>
+    </message>
+    <message id="desk_keys_new">
+        <source>New reminder with details</source>
+        <extracomment>Shortcuts overlay: what Ctrl+N does.</extracomment>
+        <translation>新建提醒（详细）</translation>
+    </message>
+    <message id="desk_keys_search">
+        <source>Search</source>
+        <extracomment>Shortcuts overlay: what Ctrl+F does.</extracomment>
+        <translation>搜索</translation>
+    </message>
+    <message id="desk_keys_move">
+        <source>Move through the list</source>
+        <extracomment>Shortcuts overlay: the arrow keys.</extracomment>
+        <translation>在列表中移动</translation>
+    </message>
+    <message id="desk_keys_open">
+        <source>Open the reminder</source>
+        <extracomment>Shortcuts overlay: Enter on a row.</extracomment>
+        <translation>打开提醒</translation>
+    </message>
+    <message id="desk_keys_complete">
+        <source>Complete or reopen the reminder</source>
+        <extracomment>Shortcuts overlay: Space on a row.</extracomment>
+        <translation>完成或重新打开提醒</translation>
+    </message>
+    <message id="desk_keys_save">
+        <source>Save the open reminder</source>
+        <extracomment>Shortcuts overlay: Ctrl+Enter in the editor.</extracomment>
+        <translation>保存正在编辑的提醒</translation>
+    </message>
+    <message id="desk_keys_cancel">
+        <source>Close the editor or this list</source>
+        <extracomment>Shortcuts overlay: Esc.</extracomment>
+        <translation>关闭编辑器或本列表</translation>
+    </message>
+    <message id="desk_keys_tab">
+        <source>Next control</source>
+        <extracomment>Shortcuts overlay: Tab.</extracomment>
+        <translation>下一个控件</translation>
+    </message>
+    <message id="desk_keys_help">
+        <source>Show these shortcuts</source>
+        <extracomment>Shortcuts overlay: F1.</extracomment>
+        <translation>显示这些快捷键</translation>
+    </message>
+    <message id="desk_key_enter">
+        <source>Enter</source>
+        <extracomment>The Enter key's name.</extracomment>
+        <translation>回车</translation>
+    </message>
+    <message id="desk_key_space">
+        <source>Space</source>
+        <extracomment>The space bar's name.</extracomment>
+        <translation>空格</translation>
+    </message>
+    <message id="desk_new_tooltip">
+        <source>New reminder with details (Ctrl+N)</source>
+        <extracomment>Tooltip of the New with details button.</extracomment>
+        <translation>新建提醒（Ctrl+N）</translation>
+    </message>
+    <message id="desk_search_tooltip">
+        <source>Search (Ctrl+F)</source>
+        <extracomment>Tooltip of the search field.</extracomment>
+        <translation>搜索（Ctrl+F）</translation>
+    </message>
     <message id="desk_toast_attach_failed">
         <source>This file can't be attached (error %1).</source>
         <extracomment>Toast. %1: the media parser's error code.</extracomment>

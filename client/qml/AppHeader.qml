@@ -10,6 +10,10 @@ Rectangle {
 
     required property var pane
     property alias searchText: searchField.text
+    function focusSearch() {
+        searchField.forceActiveFocus(Qt.ShortcutFocusReason)
+        searchField.selectAll()
+    }
 
     implicitHeight: 60
     color: Theme.surface
@@ -61,6 +65,8 @@ Rectangle {
         TextField {
             id: searchField
             objectName: "searchField"
+            ToolTip.visible: hovered && !activeFocus
+            ToolTip.text: qsTrId("desk_search_tooltip")
             Layout.fillWidth: true
             Layout.minimumWidth: 120
             Layout.maximumWidth: 260

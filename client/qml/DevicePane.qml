@@ -87,6 +87,28 @@ Item {
         pane: pane
     }
 
+    // ---- The keyboard (docs/client.md lists every shortcut)
+
+    Shortcut {
+        sequences: ["Ctrl+N"]
+        enabled: !editor.opened && pane.device.loaded
+        onActivated: pane.openNewEditor("")
+    }
+    Shortcut {
+        sequences: ["Ctrl+F"]
+        enabled: !editor.opened
+        onActivated: header.focusSearch()
+    }
+    Shortcut {
+        sequences: ["F1", "Ctrl+/"]
+        enabled: !editor.opened
+        onActivated: shortcutsOverlay.open()
+    }
+
+    ShortcutsOverlay {
+        id: shortcutsOverlay
+    }
+
     Connections {
         target: pane.device
         function onToast(text) { toast.show(text) }
@@ -118,6 +140,7 @@ Item {
     function showRepeatPage() { editor.showRepeatPage() }
     function closeEditor(save) { editor.finish(save) }
     function setSearchText(text) { header.searchText = text }
+    function showShortcuts() { shortcutsOverlay.open() }
     function setSelecting(on) {
         if (!on)
             pane.handler.clearSelect()

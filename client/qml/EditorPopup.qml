@@ -67,6 +67,13 @@ Popup {
         popup.close()
     }
 
+    // Ctrl+Enter saves from anywhere in the editor, when Save could.
+    Shortcut {
+        sequences: ["Ctrl+Return", "Ctrl+Enter"]
+        enabled: popup.opened && stack.depth === 1 && stack.currentItem && stack.currentItem.canSave
+        onActivated: popup.finish(true)
+    }
+
     onClosed: {
         if (!popup.finished) {
             popup.finished = true

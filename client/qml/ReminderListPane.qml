@@ -64,6 +64,8 @@ Item {
             PrimaryButton {
                 objectName: "newButton"
                 enabled: listPane.pane.device.loaded
+                ToolTip.visible: hovered
+                ToolTip.text: qsTrId("desk_new_tooltip")
                 text: qsTrId("desk_new_with_details")
                 font.pixelSize: Theme.fontBase
                 onClicked: {
@@ -159,6 +161,25 @@ Item {
             bottomMargin: 16
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar {}
+            // The keyboard: arrows move through the rows, Enter opens the
+            // current one, Space completes (or reopens) it.
+            activeFocusOnTab: true
+            keyNavigationEnabled: true
+            highlightFollowsCurrentItem: false
+            currentIndex: -1
+            Keys.onPressed: (event) => {
+                const row = list.currentItem
+                if (!row || listPane.pane.selecting)
+                    return
+                if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter) {
+                    listPane.pane.openEditor(row.remindId)
+                    event.accepted = true
+                } else if (event.key === Qt.Key_Space) {
+                    listPane.handler.completedReminder(row.remindId, !row.completed)
+                    event.accepted = true
+                }
+            }
+            onActiveFocusChanged: if (activeFocus && currentIndex < 0 && count > 0) currentIndex = 0
             delegate: ReminderRow {
                 width: ListView.view.width
                 pane: listPane.pane

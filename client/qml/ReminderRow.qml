@@ -66,8 +66,11 @@ Item {
         radius: Theme.radius
         color: row.selectedNow && row.pane.selecting ? Theme.accentSoft
                : (cardMouse.containsMouse ? "#fbfcfe" : Theme.surface)
-        border.color: row.selectedNow && row.pane.selecting ? Theme.accent : Theme.border
-        border.width: 1
+        // The row the keyboard is on has the accent's outline.
+        readonly property bool keyboardCurrent: row.ListView.isCurrentItem && row.ListView.view
+                                                && row.ListView.view.activeFocus
+        border.color: (row.selectedNow && row.pane.selecting) || keyboardCurrent ? Theme.accent : Theme.border
+        border.width: keyboardCurrent ? 2 : 1
 
         MouseArea {
             id: cardMouse
