@@ -499,6 +499,11 @@ QString DeskDevice::weekdayName(int day, bool shortName) const
     return uiLocale().dayName(day, shortName ? QLocale::ShortFormat : QLocale::LongFormat);
 }
 
+int DeskDevice::firstDayOfWeek() const
+{
+    return int(uiLocale().firstDayOfWeek());
+}
+
 bool DeskDevice::hasWeekday(int flags, int day) const
 {
     return (flags & ModelBaseUtil::dayOfWeekToFlag(day)) != 0;

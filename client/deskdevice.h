@@ -133,6 +133,9 @@ public:
     Q_INVOKABLE qint64 monthLater(qint64 ms) const;
     // Weekdays 1 (Monday) .. 7 (Sunday): names and rule bits.
     Q_INVOKABLE QString weekdayName(int day, bool shortName) const;
+    // The interface language's first day of the week (1 Monday .. 7
+    // Sunday): the calendar and the weekday choices both start there.
+    Q_INVOKABLE int firstDayOfWeek() const;
     Q_INVOKABLE bool hasWeekday(int flags, int day) const;
     Q_INVOKABLE int toggledWeekday(int flags, int day) const;
 

@@ -140,7 +140,10 @@ Page {
                         delegate: Rectangle {
                             id: dayButton
                             required property int index
-                            readonly property int day: index + 1
+                            // From the language's first day of the week, as
+                            // the date picker's calendar.
+                            readonly property int day: { page.device.tick
+                                return (page.device.firstDayOfWeek() - 1 + index) % 7 + 1 }
                             readonly property bool on: page.device.hasWeekday(page.pattern.dayOfWeekFlags, day)
                             objectName: "weekday_" + day
                             implicitWidth: 38
