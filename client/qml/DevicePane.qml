@@ -15,6 +15,8 @@ Item {
     readonly property var model: handler.reminderModel
 
     property bool selecting: false
+    // Below this width the chat pane is folded away.
+    readonly property int chatFoldWidth: 900
     readonly property bool searching: header.searchText.length > 0
     readonly property var shownModel: searching ? handler.searchModel : handler.reminderModel
 
@@ -44,19 +46,27 @@ Item {
 
             ReminderListPane {
                 id: listPane
+                objectName: "reminderListPane"
                 Layout.fillWidth: true
                 Layout.fillHeight: true
                 pane: pane
             }
 
             Rectangle {
+                visible: chatPane.visible
                 Layout.fillHeight: true
                 implicitWidth: 1
                 color: Theme.border
             }
 
+            // The chat folds away first when the window is narrow: the list
+            // keeps at least its own width.
             ChatPane {
-                Layout.preferredWidth: 300
+                id: chatPane
+                objectName: "chatPane"
+                visible: pane.width >= pane.chatFoldWidth
+                Layout.preferredWidth: visible ? 300 : 0
+                Layout.maximumWidth: visible ? 300 : 0
                 Layout.fillHeight: true
                 pane: pane
             }
