@@ -126,7 +126,7 @@ void DeskDevice::addBanner(const ReminderItemPtr& item, qint64 dateTime)
         }
     }
     m_banners.prepend(qMakePair(item, dateTime));
-    m_snoozedOneOffs.remove(item->remindId());
+    m_snoozed.remove(item->remindId());
     emit bannersChanged();
     // The row turns overdue in the same frame as its banner shows.
     bumpTick();
@@ -170,10 +170,10 @@ void DeskDevice::answerSnooze(const QString& remindId, int minutes)
         // reminder fire again; the module's snooze would leave it done.
         const qint64 at = now() + qint64(minutes) * 60 * 1000;
         m_handler->modifyRemindTime(remindId, at);
-        m_snoozedOneOffs.insert(remindId, at);
     } else {
         m_handler->snoozeReminder(remindId, minutes);
     }
+    m_snoozed.insert(remindId, item->remindTime());
     bumpTick();
 }
 
@@ -187,10 +187,10 @@ void DeskDevice::answerTomorrow(const QString& remindId)
         const QDate tomorrow = QDateTime::fromMSecsSinceEpoch(now()).date().addDays(1);
         const qint64 at = QDateTime(tomorrow, QTime(9, 0)).toMSecsSinceEpoch();
         m_handler->modifyRemindTime(remindId, at);
-        m_snoozedOneOffs.insert(remindId, at);
     } else {
         m_handler->snoozeTomorrow(remindId);
     }
+    m_snoozed.insert(remindId, item->remindTime());
     bumpTick();
 }
 
@@ -212,11 +212,13 @@ qint64 DeskDevice::snoozedUntil(ReminderItem* item) const
 {
     if (!item || item->completed() || item->reminded())
         return 0;
-    const auto oneOff = m_snoozedOneOffs.constFind(item->remindId());
-    if (oneOff != m_snoozedOneOffs.cend() && oneOff.value() == item->remindTime())
+    const auto mine = m_snoozed.constFind(item->remindId());
+    if (mine != m_snoozed.cend() && mine.value() == item->remindTime())
         return item->remindTime();
-    // A snooze cycle: the next firing comes after the occurrence shown.
-    if (item->validTime() > 0 && item->remindTime() > item->showRemindTime() && item->showRemindTime() > 0)
+    // A reminder with a snooze period in its cycle: the next firing comes
+    // after the occurrence shown.
+    if (item->snooze() > 0 && item->validTime() > 0 && item->remindTime() > item->showRemindTime()
+        && item->showRemindTime() > 0)
         return item->remindTime();
     return 0;
 }

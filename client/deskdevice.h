@@ -180,9 +180,10 @@ private:
     void bumpTick();
     ReminderItemPtr pointerOf(ReminderItem* item) const;
 
-    // Fired one-off reminders the user snoozed: the new remind time each
-    // was given (the module keeps no snooze state for them).
-    QHash<QString, qint64> m_snoozedOneOffs;
+    // Reminders the user snoozed from a banner here: the remind time each
+    // was given (a one-off one keeps no snooze state in the module, and a
+    // repeating one's fields cannot tell a snooze from its next occurrence).
+    QHash<QString, qint64> m_snoozed;
     DeviceSession* m_session = nullptr;
     ReminderHandler* m_handler = nullptr;
     int m_number = 0;

@@ -17,6 +17,7 @@ Item {
     property bool selecting: false
     // Below this width the chat pane is folded away.
     readonly property int chatFoldWidth: 900
+    readonly property bool chatFolded: width < chatFoldWidth
     readonly property bool searching: header.searchText.length > 0
     readonly property var shownModel: searching ? handler.searchModel : handler.reminderModel
 
@@ -39,35 +40,43 @@ Item {
             pane: pane
         }
 
-        RowLayout {
+        // The list, and the chat beside it. The chat folds away first when
+        // the window is narrow: the list keeps at least its own width.
+        // Deliberate: anchors, not a RowLayout (Qt 6.4's layouts kept
+        // stale sizes when the chat's width changed).
+        Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            spacing: 0
 
             ReminderListPane {
                 id: listPane
                 objectName: "reminderListPane"
-                Layout.fillWidth: true
-                Layout.fillHeight: true
+                anchors.left: parent.left
+                anchors.top: parent.top
+                anchors.bottom: parent.bottom
+                anchors.right: separator.left
                 pane: pane
             }
 
             Rectangle {
-                visible: chatPane.visible
-                Layout.fillHeight: true
-                implicitWidth: 1
+                id: separator
+                anchors.top: parent.top
+                anchors.bottom: parent.bottom
+                anchors.right: chatPane.left
+                width: pane.chatFolded ? 0 : 1
                 color: Theme.border
             }
 
-            // The chat folds away first when the window is narrow: the list
-            // keeps at least its own width.
             ChatPane {
                 id: chatPane
                 objectName: "chatPane"
-                visible: pane.width >= pane.chatFoldWidth
-                Layout.preferredWidth: visible ? 300 : 0
-                Layout.maximumWidth: visible ? 300 : 0
-                Layout.fillHeight: true
+                anchors.top: parent.top
+                anchors.bottom: parent.bottom
+                anchors.right: parent.right
+                width: pane.chatFolded ? 0 : 300
+                clip: true
+                enabled: !pane.chatFolded
+                opacity: pane.chatFolded ? 0 : 1
                 pane: pane
             }
         }
