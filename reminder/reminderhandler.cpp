@@ -160,7 +160,7 @@ void ReminderHandler::takeLoaded(const LoadedReminders& loaded)
 
     // A reminder the list already shows (a second load of the same store)
     // stays as it is: the shown one is at least as new as its record.
-    const bool wasEmpty = m_reminderModel->rowCount() == 0;
+    const bool wasEmpty = m_reminderModel->count() == 0;
     QList<ReminderItemPtr> fresh;
     fresh.reserve(loaded.reminders.size());
     int overdue = 0;

@@ -38,6 +38,8 @@ private slots:
     void loadReadsTheNearestRemindTime();
     void unreadableRecordIsSkippedAndKept();
     void unreadableRecordsIdIsNotMadeAgain();
+    void secondLoadOfTheSameStoreAddsNothingTwice_data();
+    void secondLoadOfTheSameStoreAddsNothingTwice();
     void loadStampsCachedFilesAsUsed();
 
     // list finished
@@ -335,6 +337,33 @@ void TestReminderHandler::unreadableRecordsIdIsNotMadeAgain()
     QVERIFY(!f.handler->reminderModel()->itemById(QStringLiteral("7_9")));
     QVERIFY(f.handler->reminderModel()->itemById(QStringLiteral("7_10")));
     QCOMPARE(f.record(QStringLiteral("7_9")).data, broken.data);
+}
+
+void TestReminderHandler::secondLoadOfTheSameStoreAddsNothingTwice_data()
+{
+    QTest::addColumn<bool>("completed");
+    QTest::newRow("open reminders") << false;
+    // Completed ones are not shown rows while their section is collapsed.
+    QTest::newRow("only completed reminders") << true;
+}
+
+void TestReminderHandler::secondLoadOfTheSameStoreAddsNothingTwice()
+{
+    QFETCH(bool, completed);
+    HandlerFixture f;
+    for (int i = 1; i <= 3; ++i) {
+        ReminderItemPtr item = HandlerFixture::makeItem(QStringLiteral("7_%1").arg(i), at(2031, 6, 3, 9) + i);
+        item->setCompleted(completed);
+        item->setReminded(completed);
+        f.storeItem(item);
+    }
+    f.handler->loadLocalData(false);
+    QCOMPARE(f.handler->reminderModel()->count(), 3);
+    f.handler->loadLocalData(false);
+    QCOMPARE(f.handler->reminderModel()->count(), 3);
+    QStringList ids;
+    f.handler->reminderModel()->allIds(ids);
+    QCOMPARE(QSet<QString>(ids.begin(), ids.end()).size(), 3);
 }
 
 void TestReminderHandler::loadStampsCachedFilesAsUsed()
