@@ -56,6 +56,16 @@ void loadCatalogue()
     AppSettingModel::setLanguage(AppSettingModel::language());
 }
 
+// Names the application, loads the catalogue the options' texts come from
+// and reads the command line (help and bad options end the process here).
+void readCommandLine(QCoreApplication& app, QCommandLineParser& parser, const CommandLine& cli)
+{
+    QCoreApplication::setApplicationName(QStringLiteral("reminder-desk"));
+    loadCatalogue();
+    cli.describe(parser);
+    parser.process(app);
+}
+
 bool asksForHelp(int argc, char* argv[])
 {
     for (int i = 1; i < argc; ++i) {
@@ -71,12 +81,9 @@ bool asksForHelp(int argc, char* argv[])
 int printHelp(int argc, char* argv[])
 {
     QCoreApplication core(argc, argv);
-    QCoreApplication::setApplicationName(QStringLiteral("reminder-desk"));
-    loadCatalogue();
     QCommandLineParser parser;
     const CommandLine options;
-    options.describe(parser);
-    parser.process(core);
+    readCommandLine(core, parser, options);
     return 0;
 }
 
@@ -88,13 +95,9 @@ int main(int argc, char* argv[])
         return printHelp(argc, argv);
 
     QApplication app(argc, argv);
-    QApplication::setApplicationName(QStringLiteral("reminder-desk"));
-    loadCatalogue();
-
     QCommandLineParser parser;
     const CommandLine cli;
-    cli.describe(parser);
-    parser.process(app);
+    readCommandLine(app, parser, cli);
     const QCommandLineOption& devicesOption = cli.devices;
     const QCommandLineOption& dataOption = cli.data;
     const QCommandLineOption& languageOption = cli.language;
