@@ -3,6 +3,8 @@
 #include "appsettingmodel.h"
 #include "deskbackend.h"
 #include "deskdevice.h"
+#include "deskedit.h"
+#include "deskundo.h"
 #include "devicesession.h"
 #include "deskicon.h"
 #include "desklanguage.h"
@@ -85,6 +87,9 @@ bool DeskApp::start()
     placeWindows();
     for (QQuickWindow* window : std::as_const(m_windows))
         window->show();
+    connect(qApp, &QCoreApplication::aboutToQuit, this, &DeskApp::settleBeforeQuit);
+    // Logging out: the session may end the program without a quit.
+    connect(qApp, &QGuiApplication::commitDataRequest, this, &DeskApp::settleBeforeQuit);
     for (DeskDevice* device : m_backend->devices())
         device->session()->setInterfaceReady();
     setUpTray();
@@ -99,27 +104,50 @@ QQuickItem* DeskApp::pane(int index) const
     return window ? window->findChild<QQuickItem*>(QStringLiteral("devicePane")) : nullptr;
 }
 
+void DeskApp::settleBeforeQuit()
+{
+    if (!m_backend)
+        return;
+    for (DeskDevice* device : m_backend->devices()) {
+        device->edit()->keepDraft();
+        device->undo()->commit();
+    }
+}
+
+QList<QRect> DeskApp::windowPlaces(int count, const QRect& area)
+{
+    const QSize preferred = windowSize();
+    QList<QRect> places;
+    if (count < 2)
+        return places; // one window: where the window manager puts it
+    const int gap = 16;
+    const int height = preferred.height();
+    const int top = area.top() + qMax(0, (area.height() - height) / 2);
+    // Side by side: each as wide as it likes, or as half the screen allows.
+    const int width = qMin(preferred.width(), (area.width() - gap) / 2);
+    if (width >= kMinimumWidth) {
+        const int left = area.left() + (area.width() - 2 * width - gap) / 2;
+        places.append(QRect(left, top, width, height));
+        places.append(QRect(left + width + gap, top, width, height));
+        return places;
+    }
+    // Too small a screen for two: the second overlaps the first, offset,
+    // so that both title bars show.
+    places.append(QRect(area.topLeft(), preferred));
+    places.append(QRect(area.topLeft() + QPoint(48, 48), preferred));
+    return places;
+}
+
 void DeskApp::placeWindows()
 {
-    if (m_windows.size() < 2)
+    if (m_windows.isEmpty())
         return;
     QScreen* screen = m_windows.constFirst()->screen();
     if (!screen)
         return;
-    const QRect area = screen->availableGeometry();
-    const QSize size = windowSize();
-    const int gap = 16;
-    if (2 * size.width() + gap <= area.width()) {
-        // Side by side, centred.
-        const int left = area.center().x() - size.width() - gap / 2;
-        const int top = area.top() + qMax(0, (area.height() - size.height()) / 2);
-        m_windows.at(0)->setPosition(left, top);
-        m_windows.at(1)->setPosition(left + size.width() + gap, top);
-    } else {
-        // A small screen: the second window overlaps the first, offset.
-        m_windows.at(0)->setPosition(area.topLeft());
-        m_windows.at(1)->setPosition(area.topLeft() + QPoint(48, 48));
-    }
+    const QList<QRect> places = windowPlaces(int(m_windows.size()), screen->availableGeometry());
+    for (int i = 0; i < m_windows.size() && i < places.size(); ++i)
+        m_windows.at(i)->setGeometry(places.at(i));
 }
 
 void DeskApp::setUpTray()

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QObject>
+#include <QRect>
 #include <QSize>
 #include <QString>
 #include <memory>
@@ -37,6 +38,12 @@ public:
 
     // The size every window opens with.
     static QSize windowSize();
+    // Where two windows go on a screen's free area: side by side when they
+    // fit (narrower than windowSize() when need be, never under the
+    // windows' minimum width), else overlapping with an offset. One window
+    // gets no place: the window manager chooses.
+    static QList<QRect> windowPlaces(int count, const QRect& area);
+    static constexpr int kMinimumWidth = 760;
 
     // Creates the backend, signs every device in (loading its reminders and
     // listing from the server), loads one window per device and tells each
@@ -51,6 +58,11 @@ public:
     QList<QQuickWindow*> windows() const { return m_windows; }
     // The device pane inside window `index` (objectName "devicePane").
     QQuickItem* pane(int index) const;
+
+    // The program ends (quit, the session ends, a signal): every open
+    // edit keeps its draft, and completions and deletions that waited for
+    // their Undo are carried out now.
+    void settleBeforeQuit();
 
 signals:
     // Every device finished its first listing from the server.

@@ -52,7 +52,7 @@ DeskBackend::DeskBackend(const QString& dataDir, int deviceCount, QObject* paren
         for (const samplechat::Person& p : samplechat::people())
             session->account()->userManager()->addUser(QSharedPointer<ContactBase>::create(p.userId, p.name));
         m_sessions.append(session);
-        m_devices.append(new DeskDevice(session, n, this));
+        m_devices.append(new DeskDevice(session, n, deviceDirectory(dataDir, n), this));
         session->followTimeChanges(m_clock);
         m_listed.append(false);
         const int index = n - 1;

@@ -5,6 +5,8 @@
 #include "carditem.h"
 #include "contactbase.h"
 #include "contentitem.h"
+#include "deskedit.h"
+#include "deskundo.h"
 #include "devicesession.h"
 #include "dialogbase.h"
 #include "fileitem.h"
@@ -36,7 +38,7 @@ bool isFileBody(const ContentItem* c)
 
 } // namespace
 
-DeskDevice::DeskDevice(DeviceSession* session, int number, QObject* parent)
+DeskDevice::DeskDevice(DeviceSession* session, int number, const QString& directory, QObject* parent)
     : QObject(parent)
     , m_session(session)
     , m_handler(session->handler())
@@ -44,6 +46,8 @@ DeskDevice::DeskDevice(DeviceSession* session, int number, QObject* parent)
 {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
     m_describer = new ReminderPattern(this);
+    m_edit = new DeskEdit(this, directory, this);
+    m_undo = new DeskUndo(m_handler, this);
 
     connect(AppSettingModel::getInstance(), &AppSettingModel::languageChanged, this, [this] {
         bumpTick();
@@ -530,26 +534,6 @@ void DeskDevice::remindAbout(int index)
         if (const QSharedPointer<DialogBase> dialog = account()->dialog(msg.dialogId))
             quote->setSender(dialog->contact(msg.senderId, msg.senderName));
     }
-}
-
-QString DeskDevice::startNewReminder(const QString& text)
-{
-    QString id;
-    ReminderModel* model = m_handler->reminderModel();
-    const QMetaObject::Connection c =
-        connect(model, &QAbstractItemModel::rowsInserted, this, [&id, model](const QModelIndex&, int first, int) {
-            if (!id.isEmpty())
-                return;
-            const ReminderItemPtr item =
-                model->data(model->index(first, 0), ReminderModel::ReminderDataRole).value<ReminderItemPtr>();
-            if (item)
-                id = item->remindId();
-        });
-    m_handler->newReminder(text);
-    disconnect(c);
-    if (!id.isEmpty())
-        m_handler->editReminder(id);
-    return id;
 }
 
 QString DeskDevice::prepareAttachment(const QUrl& url) const

@@ -14,11 +14,15 @@
 
 class AccountBase;
 class ContentItem;
+class DeskEdit;
+class DeskUndo;
 class DeviceSession;
 class RelativeMessage;
 class ReminderPattern;
 Q_MOC_INCLUDE("relativemessage.h")
 Q_MOC_INCLUDE("contentitem.h")
+Q_MOC_INCLUDE("deskedit.h")
+Q_MOC_INCLUDE("deskundo.h")
 
 // One device's window as QML sees it, beside the module's own handler:
 // what is the client's and not the module's. It holds the device's number,
@@ -32,6 +36,10 @@ class DeskDevice : public QObject
     Q_PROPERTY(int number READ number CONSTANT)
     Q_PROPERTY(qint64 deviceId READ deviceId CONSTANT)
     Q_PROPERTY(ReminderHandler* handler READ handler CONSTANT)
+    // The edit the window has open, and the drafts that keep it.
+    Q_PROPERTY(DeskEdit* edit READ edit CONSTANT)
+    // Completions and deletions that wait for their Undo.
+    Q_PROPERTY(DeskUndo* undo READ undo CONSTANT)
     Q_PROPERTY(QVariantList banners READ banners NOTIFY bannersChanged)
     Q_PROPERTY(QVariantList sampleMessages READ sampleMessages NOTIFY sampleMessagesChanged)
     // Bumped when what the helpers compute may have changed without a
@@ -48,12 +56,15 @@ class DeskDevice : public QObject
     Q_PROPERTY(bool windowActive READ windowActive WRITE setWindowActive NOTIFY windowActiveChanged)
 
 public:
-    DeskDevice(DeviceSession* session, int number, QObject* parent = nullptr);
+    // directory: the device's own folder (its drafts are kept there).
+    DeskDevice(DeviceSession* session, int number, const QString& directory, QObject* parent = nullptr);
     ~DeskDevice() override;
 
     int number() const { return m_number; }
     qint64 deviceId() const;
     ReminderHandler* handler() const { return m_handler; }
+    DeskEdit* edit() const { return m_edit; }
+    DeskUndo* undo() const { return m_undo; }
     DeviceSession* session() const { return m_session; }
     AccountBase* account() const;
     QVariantList banners() const;
@@ -141,12 +152,9 @@ public:
 
     // ---- QML: actions that are the host's
     // Builds the sample message's content and opens the handler's editor
-    // of a new reminder quoting it ("remind me about this").
-    Q_INVOKABLE void remindAbout(int index);
-    // The full editor of a new reminder: the handler stores a new reminder
-    // with the text at once (newReminder), then opens it for editing
-    // (editReminder). Returns its id ("" if none was made).
-    Q_INVOKABLE QString startNewReminder(const QString& text);
+    // of a new reminder quoting it ("remind me about this"); DeskEdit
+    // calls it.
+    void remindAbout(int index);
     // "Sync now": lists the account from the server again.
     Q_INVOKABLE void syncNow();
     // The banner leaves (the person answered it).
@@ -186,6 +194,8 @@ private:
     QHash<QString, qint64> m_snoozed;
     DeviceSession* m_session = nullptr;
     ReminderHandler* m_handler = nullptr;
+    DeskEdit* m_edit = nullptr;
+    DeskUndo* m_undo = nullptr;
     int m_number = 0;
     // Standing banners, newest first, with the dateTime of their record.
     QList<QPair<ReminderItemPtr, qint64>> m_banners;

@@ -4,6 +4,7 @@
 #include "deskapp.h"
 #include "deskbackend.h"
 #include "deskdevice.h"
+#include "deskedit.h"
 #include "modelbaseutil.h"
 #include "networksubject.h"
 #include "reminderhandler.h"
@@ -112,15 +113,14 @@ void DeskTour::advanceClock(int minutes)
 QString DeskTour::createWithEditor(DeskDevice* device, const QString& text, qint64 time,
                                    const std::function<void()>& rule)
 {
-    ReminderHandler* handler = device->handler();
-    const QString id = device->startNewReminder(text);
-    ReminderPattern* pattern = handler->reminderPattern();
+    ReminderPattern* pattern = device->handler()->reminderPattern();
+    device->edit()->startNew(text);
     pattern->setRemindTime(time);
     if (rule) {
         rule();
         pattern->repeatFinish();
     }
-    handler->syncReminder();
+    const QString id = device->edit()->save();
     advanceClock(2);
     return id;
 }
@@ -279,20 +279,20 @@ int DeskTour::run()
         pattern->setSnooze(10);
     });
     // With a photo attached.
-    a->startNewReminder(qtTrId("desk_tour_photos"));
-    handler->addAttachment(a->prepareAttachment(QUrl::fromLocalFile(makeSamplePhoto())));
+    a->edit()->startNew(qtTrId("desk_tour_photos"));
+    a->edit()->attach(QUrl::fromLocalFile(makeSamplePhoto()));
     pattern->setRemindTime(at(now.addDays(2), 20, 0));
-    handler->syncReminder();
+    a->edit()->save();
     advanceClock(2);
     // From the chat: the file message and the text message.
-    a->remindAbout(1);
+    a->edit()->startQuote(1);
     handler->setContent(qtTrId("desk_tour_report"));
     pattern->setRemindTime(at(now.addDays(1), 10, 0));
-    handler->syncReminder();
+    a->edit()->save();
     advanceClock(2);
-    a->remindAbout(0);
+    a->edit()->startQuote(0);
     pattern->setRemindTime(at(now, 16, 0));
-    handler->syncReminder();
+    a->edit()->save();
     advanceClock(2);
     // A quick note without a time.
     handler->newReminder(qtTrId("desk_tour_plants"));

@@ -895,5 +895,116 @@
         <extracomment>Error: the QML interface did not load.</extracomment>
         <translation>The interface could not be loaded.</translation>
     </message>
+    <message id="desk_editor_close_tooltip">
+        <source>Close (Esc)</source>
+        <extracomment>Tooltip of the editor's close button.</extracomment>
+        <translation>Close (Esc)</translation>
+    </message>
+    <message id="desk_save_tooltip">
+        <source>Save (Ctrl+Enter)</source>
+        <extracomment>Tooltip of the editor's Save button.</extracomment>
+        <translation>Save (Ctrl+Enter)</translation>
+    </message>
+    <message id="desk_discard">
+        <source>Discard</source>
+        <extracomment>Button: throw the unsaved changes away.</extracomment>
+        <translation>Discard</translation>
+    </message>
+    <message id="desk_unsaved_new_title">
+        <source>Save this new reminder?</source>
+        <extracomment>Question before an edit of a new reminder closes.</extracomment>
+        <translation>Save this new reminder?</translation>
+    </message>
+    <message id="desk_unsaved_edit_title">
+        <source>Save your changes?</source>
+        <extracomment>Question before an edit with changes closes.</extracomment>
+        <translation>Save your changes?</translation>
+    </message>
+    <message id="desk_unsaved_text">
+        <source>If you discard them, your changes are lost.</source>
+        <extracomment>Text of the question before an edit with changes closes.</extracomment>
+        <translation>If you discard them, your changes are lost.</translation>
+    </message>
+    <message id="desk_unsaved_cannot_save">
+        <source>There is nothing to remind of yet, so this can't be saved. Discard it, or cancel to go on editing.</source>
+        <extracomment>Text of the question when the edit cannot be saved (nothing to remind of).</extracomment>
+        <translation>There is nothing to remind of yet, so this can't be saved. Discard it, or cancel to go on editing.</translation>
+    </message>
+    <message id="desk_draft_not_saved">
+        <source>Your unsaved reminder could not be kept on disk.</source>
+        <extracomment>Toast: the draft file could not be written.</extracomment>
+        <translation>Your unsaved reminder could not be kept on disk.</translation>
+    </message>
+    <message id="desk_draft_offer">
+        <source>Unsaved reminder from last time: “%1”</source>
+        <extracomment>Bar over the list at start. %1: the unsaved reminder's text.</extracomment>
+        <translation>Unsaved reminder from last time: “%1”</translation>
+    </message>
+    <message id="desk_draft_offer_empty">
+        <source>An unsaved reminder from last time</source>
+        <extracomment>Bar over the list at start, for a draft without text.</extracomment>
+        <translation>An unsaved reminder from last time</translation>
+    </message>
+    <message id="desk_draft_continue">
+        <source>Continue editing</source>
+        <extracomment>Button of the draft bar: open the unsaved reminder.</extracomment>
+        <translation>Continue editing</translation>
+    </message>
+    <message id="desk_undo_completed" numerus="yes">
+        <source>%n reminders completed</source>
+        <extracomment>Undo toast. %n: how many reminders were completed.</extracomment>
+        <translation>
+            <numerusform>Reminder completed</numerusform>
+            <numerusform>%n reminders completed</numerusform>
+        </translation>
+    </message>
+    <message id="desk_undo_deleted" numerus="yes">
+        <source>%n reminders deleted</source>
+        <extracomment>Undo toast. %n: how many reminders were deleted.</extracomment>
+        <translation>
+            <numerusform>Reminder deleted</numerusform>
+            <numerusform>%n reminders deleted</numerusform>
+        </translation>
+    </message>
+    <message id="desk_undo">
+        <source>Undo</source>
+        <extracomment>Button of the undo toast.</extracomment>
+        <translation>Undo</translation>
+    </message>
+    <message id="desk_undo_tooltip">
+        <source>Undo (Ctrl+Z)</source>
+        <extracomment>Tooltip of the undo toast's button.</extracomment>
+        <translation>Undo (Ctrl+Z)</translation>
+    </message>
+    <message id="desk_delete_tooltip">
+        <source>Delete (Del)</source>
+        <extracomment>Tooltip of a row's delete button.</extracomment>
+        <translation>Delete (Del)</translation>
+    </message>
+    <message id="desk_key_delete">
+        <source>Delete</source>
+        <extracomment>The Delete key's name.</extracomment>
+        <translation>Delete</translation>
+    </message>
+    <message id="desk_keys_delete">
+        <source>Delete the current row</source>
+        <extracomment>Shortcuts overlay: Delete on a row.</extracomment>
+        <translation>Delete the current row</translation>
+    </message>
+    <message id="desk_keys_undo">
+        <source>Undo completing or deleting</source>
+        <extracomment>Shortcuts overlay: Ctrl+Z.</extracomment>
+        <translation>Undo completing or deleting</translation>
+    </message>
+    <message id="desk_upload_progress">
+        <source>Uploading… %1%</source>
+        <extracomment>A row's or the editor's upload. %1: percent done.</extracomment>
+        <translation>Uploading… %1%</translation>
+    </message>
+    <message id="desk_upload_failed">
+        <source>Upload failed, will retry</source>
+        <extracomment>A row whose attachment upload failed and waits to be sent again.</extracomment>
+        <translation>Upload failed, will retry</translation>
+    </message>
 </context>
 </TS>

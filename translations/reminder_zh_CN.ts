@@ -881,5 +881,114 @@
         <extracomment>Error: the QML interface did not load.</extracomment>
         <translation>无法加载界面。</translation>
     </message>
+    <message id="desk_editor_close_tooltip">
+        <source>Close (Esc)</source>
+        <extracomment>Tooltip of the editor's close button.</extracomment>
+        <translation>关闭 (Esc)</translation>
+    </message>
+    <message id="desk_save_tooltip">
+        <source>Save (Ctrl+Enter)</source>
+        <extracomment>Tooltip of the editor's Save button.</extracomment>
+        <translation>保存 (Ctrl+Enter)</translation>
+    </message>
+    <message id="desk_discard">
+        <source>Discard</source>
+        <extracomment>Button: throw the unsaved changes away.</extracomment>
+        <translation>放弃</translation>
+    </message>
+    <message id="desk_unsaved_new_title">
+        <source>Save this new reminder?</source>
+        <extracomment>Question before an edit of a new reminder closes.</extracomment>
+        <translation>保存这条新提醒吗？</translation>
+    </message>
+    <message id="desk_unsaved_edit_title">
+        <source>Save your changes?</source>
+        <extracomment>Question before an edit with changes closes.</extracomment>
+        <translation>保存更改吗？</translation>
+    </message>
+    <message id="desk_unsaved_text">
+        <source>If you discard them, your changes are lost.</source>
+        <extracomment>Text of the question before an edit with changes closes.</extracomment>
+        <translation>如果放弃，所做的更改将会丢失。</translation>
+    </message>
+    <message id="desk_unsaved_cannot_save">
+        <source>There is nothing to remind of yet, so this can't be saved. Discard it, or cancel to go on editing.</source>
+        <extracomment>Text of the question when the edit cannot be saved (nothing to remind of).</extracomment>
+        <translation>还没有提醒内容，因此无法保存。可以放弃，或取消以继续编辑。</translation>
+    </message>
+    <message id="desk_draft_not_saved">
+        <source>Your unsaved reminder could not be kept on disk.</source>
+        <extracomment>Toast: the draft file could not be written.</extracomment>
+        <translation>未保存的提醒无法保存到磁盘。</translation>
+    </message>
+    <message id="desk_draft_offer">
+        <source>Unsaved reminder from last time: “%1”</source>
+        <extracomment>Bar over the list at start. %1: the unsaved reminder's text.</extracomment>
+        <translation>上次未保存的提醒：“%1”</translation>
+    </message>
+    <message id="desk_draft_offer_empty">
+        <source>An unsaved reminder from last time</source>
+        <extracomment>Bar over the list at start, for a draft without text.</extracomment>
+        <translation>上次有一条未保存的提醒</translation>
+    </message>
+    <message id="desk_draft_continue">
+        <source>Continue editing</source>
+        <extracomment>Button of the draft bar: open the unsaved reminder.</extracomment>
+        <translation>继续编辑</translation>
+    </message>
+    <message id="desk_undo_completed" numerus="yes">
+        <source>%n reminders completed</source>
+        <extracomment>Undo toast. %n: how many reminders were completed.</extracomment>
+        <translation>
+            <numerusform>已完成 %n 条提醒</numerusform>
+        </translation>
+    </message>
+    <message id="desk_undo_deleted" numerus="yes">
+        <source>%n reminders deleted</source>
+        <extracomment>Undo toast. %n: how many reminders were deleted.</extracomment>
+        <translation>
+            <numerusform>已删除 %n 条提醒</numerusform>
+        </translation>
+    </message>
+    <message id="desk_undo">
+        <source>Undo</source>
+        <extracomment>Button of the undo toast.</extracomment>
+        <translation>撤销</translation>
+    </message>
+    <message id="desk_undo_tooltip">
+        <source>Undo (Ctrl+Z)</source>
+        <extracomment>Tooltip of the undo toast's button.</extracomment>
+        <translation>撤销 (Ctrl+Z)</translation>
+    </message>
+    <message id="desk_delete_tooltip">
+        <source>Delete (Del)</source>
+        <extracomment>Tooltip of a row's delete button.</extracomment>
+        <translation>删除 (Del)</translation>
+    </message>
+    <message id="desk_key_delete">
+        <source>Delete</source>
+        <extracomment>The Delete key's name.</extracomment>
+        <translation>Delete</translation>
+    </message>
+    <message id="desk_keys_delete">
+        <source>Delete the current row</source>
+        <extracomment>Shortcuts overlay: Delete on a row.</extracomment>
+        <translation>删除当前行</translation>
+    </message>
+    <message id="desk_keys_undo">
+        <source>Undo completing or deleting</source>
+        <extracomment>Shortcuts overlay: Ctrl+Z.</extracomment>
+        <translation>撤销完成或删除</translation>
+    </message>
+    <message id="desk_upload_progress">
+        <source>Uploading… %1%</source>
+        <extracomment>A row's or the editor's upload. %1: percent done.</extracomment>
+        <translation>正在上传… %1%</translation>
+    </message>
+    <message id="desk_upload_failed">
+        <source>Upload failed, will retry</source>
+        <extracomment>A row whose attachment upload failed and waits to be sent again.</extracomment>
+        <translation>上传失败，将会重试</translation>
+    </message>
 </context>
 </TS>

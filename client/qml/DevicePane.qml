@@ -98,6 +98,15 @@ Item {
         z: 1000
         anchors.horizontalCenter: parent ? parent.horizontalCenter : undefined
         anchors.bottom: parent ? parent.bottom : undefined
+        anchors.bottomMargin: undoToast.visible ? 28 + undoToast.height + 10 : 28
+    }
+    UndoToast {
+        id: undoToast
+        parent: pane.Overlay.overlay
+        z: 1000
+        undo: pane.device.undo
+        anchors.horizontalCenter: parent ? parent.horizontalCenter : undefined
+        anchors.bottom: parent ? parent.bottom : undefined
         anchors.bottomMargin: 28
     }
 
@@ -119,6 +128,11 @@ Item {
         onActivated: header.focusSearch()
     }
     Shortcut {
+        sequences: [StandardKey.Undo]
+        enabled: !editor.opened && pane.device.undo.pending
+        onActivated: pane.device.undo.undo()
+    }
+    Shortcut {
         sequences: ["F1", "Ctrl+/"]
         enabled: !editor.opened
         onActivated: shortcutsOverlay.open()
@@ -127,6 +141,12 @@ Item {
     ShortcutsOverlay {
         id: shortcutsOverlay
     }
+
+    // The one question before a bulk deletion.
+    ConfirmDialog {
+        id: confirmDialog
+    }
+    function askConfirm(message, action) { confirmDialog.ask(message, action) }
 
     Connections {
         target: pane.device
@@ -141,23 +161,46 @@ Item {
 
     // ---- Entry points (also used by the scripted tour and the tests)
 
+    // Each opens the editor unless it is open already (a second click of a
+    // double click opens nothing more).
     // Opens the editor on an existing reminder.
     function openEditor(remindId) {
-        pane.handler.editReminder(remindId)
-        editor.openFor(false)
+        if (editor.opened || pane.device.edit.open)
+            return
+        if (pane.device.edit.startExisting(remindId))
+            editor.openFor(false)
     }
-    // Creates a reminder with the text and opens it in the editor.
+    // The editor of a new reminder with the text; nothing is stored until
+    // it is saved.
     function openNewEditor(text) {
-        if (pane.device.startNewReminder(text) !== "")
-            editor.openFor(true)
+        if (editor.opened || pane.device.edit.open || !pane.device.loaded)
+            return
+        pane.device.edit.startNew(text)
+        editor.openFor(true)
     }
     // "Remind me about this" for a chat message.
     function remindAbout(index) {
-        pane.device.remindAbout(index)
+        if (editor.opened || pane.device.edit.open)
+            return
+        pane.device.edit.startQuote(index)
         editor.openFor(true)
+    }
+    // The edit an earlier run left open, as it was.
+    function restoreDraft() {
+        if (editor.opened || pane.device.edit.open)
+            return
+        if (pane.device.edit.restoreDraft())
+            editor.openFor(pane.device.edit.kind !== "existing")
     }
     function showRepeatPage() { editor.showRepeatPage() }
     function closeEditor(save) { editor.finish(save) }
+    // The window is about to close: true when it may. An edit with changes
+    // asks Save / Discard / Cancel first, and `then` closes it afterwards.
+    function confirmClose(then) {
+        if (!editor.opened)
+            return true
+        return editor.requestClose(then)
+    }
     function setSearchText(text) { header.searchText = text }
     function showShortcuts() { shortcutsOverlay.open() }
     function setSelecting(on) {

@@ -20,7 +20,14 @@ ApplicationWindow {
     Material.accent: Theme.accent
     Material.primary: Theme.accent
 
+    // Closing the window with an edit open asks what becomes of it.
+    onClosing: (close) => {
+        if (!pane.confirmClose(() => window.close()))
+            close.accepted = false
+    }
+
     DevicePane {
+        id: pane
         anchors.fill: parent
         device: window.device
         desk: window.desk

@@ -16,7 +16,10 @@ Page {
     readonly property var handler: pane.handler
     readonly property var pattern: handler.reminderPattern
     readonly property bool hasTime: pattern.remindTime > 0
-    readonly property var attachment: device.attachment(handler.attachmentItem)
+    readonly property var edit: device.edit
+    // A new reminder's file waits in the edit until it is saved.
+    readonly property var attachment: edit.kind === "new" ? edit.pendingAttachment
+                                                          : device.attachment(handler.attachmentItem)
     // Something to be reminded of: a text, an attachment, or the quoted
     // chat message itself.
     readonly property bool canSave: handler.content.trim().length > 0 || attachment.kind !== "none"
@@ -39,8 +42,11 @@ Page {
         ToolButton {
             Layout.topMargin: 10
             Layout.rightMargin: 10
+            objectName: "editorCloseButton"
             contentItem: Item { Icon { anchors.centerIn: parent; name: "close"; size: 18; color: Theme.subtle } }
-            onClicked: page.editor.finish(false)
+            ToolTip.visible: hovered
+            ToolTip.text: qsTrId("desk_editor_close_tooltip")
+            onClicked: page.editor.requestClose(null)
         }
     }
 
@@ -200,7 +206,7 @@ Page {
                             objectName: "removeAttachmentButton"
                             text: qsTrId("desk_editor_remove_attachment")
                             font.pixelSize: Theme.fontBase
-                            onClicked: page.handler.removeAttachment()
+                            onClicked: page.edit.removeAttachment()
                         }
                     }
                 }
@@ -368,6 +374,8 @@ Page {
                 text: qsTrId("desk_save")
                 enabled: page.canSave
                 font.pixelSize: Theme.fontBase
+                ToolTip.visible: hovered
+                ToolTip.text: qsTrId("desk_save_tooltip")
                 onClicked: page.editor.finish(true)
             }
         }
@@ -381,7 +389,7 @@ Page {
             title: qsTrId("desk_editor_attach_title")
             fileMode: FileDialog.OpenFile
             onAccepted: {
-                page.device.attachFile(selectedFile)
+                page.edit.attach(selectedFile)
                 fileDialogLoader.active = false
             }
             onRejected: fileDialogLoader.active = false

@@ -3,13 +3,15 @@ import QtQuick.Controls
 import QtQuick.Controls.Material
 
 // The reminder editor: the reminder's page and its repeat page, over the
-// window. Saving calls the handler's syncReminder, anything else cancel.
+// window. The device's edit (DeskEdit) saves or discards; Esc and the
+// close button ask first when something was changed.
 Popup {
     id: popup
     objectName: "editorPopup"
 
     required property var pane
     readonly property var handler: pane.handler
+    readonly property var edit: pane.device.edit
     property bool isNew: false
     property bool finished: true
     readonly property bool busy: stack.busy
@@ -21,7 +23,7 @@ Popup {
     modal: true
     focus: true
     padding: 0
-    closePolicy: Popup.CloseOnEscape
+    closePolicy: Popup.NoAutoClose
 
     // A popup lives in the window's overlay: it takes the theme itself.
     Material.theme: Material.Light
@@ -60,12 +62,37 @@ Popup {
         if (popup.finished)
             return
         popup.finished = true
-        if (save)
-            popup.handler.syncReminder()
-        else
-            popup.handler.cancel()
+        if (save) {
+            popup.edit.save()
+            // Not saved (its file is gone): the editor stays, a toast says why.
+            if (popup.edit.open) {
+                popup.finished = false
+                return
+            }
+        } else {
+            popup.edit.discard()
+        }
         popup.close()
     }
+    // Esc and the close button: closes at once when nothing changed, else
+    // asks Save / Discard / Cancel; `then` runs once the editor is closed.
+    function requestClose(then) {
+        if (popup.finished)
+            return true
+        if (!popup.edit.changed) {
+            popup.finish(false)
+            if (then)
+                then()
+            return true
+        }
+        unsaved.ask(popup.isNew, popup.canSave, (save) => {
+            popup.finish(save)
+            if (then)
+                then()
+        })
+        return false
+    }
+    readonly property bool canSave: stack.depth > 0 && stack.get(0) && stack.get(0).canSave === true
 
     // Ctrl+Enter saves from anywhere in the editor, when Save could.
     Shortcut {
@@ -74,10 +101,26 @@ Popup {
         onActivated: popup.finish(true)
     }
 
+    // Esc: back from the repeat page, else close (asking when changed).
+    Shortcut {
+        sequences: [StandardKey.Cancel]
+        enabled: popup.opened && !unsaved.opened
+        onActivated: {
+            if (stack.depth > 1)
+                popup.backToEditor()
+            else
+                popup.requestClose(null)
+        }
+    }
+
+    UnsavedDialog {
+        id: unsaved
+    }
+
     onClosed: {
         if (!popup.finished) {
             popup.finished = true
-            popup.handler.cancel()
+            popup.edit.discard()
         }
         stack.clear(StackView.Immediate)
     }

@@ -13,6 +13,24 @@ Item {
     readonly property var mainModel: handler.reminderModel
     property alias view: list
 
+    // The first row from `from` on, in the direction `step`, that is not
+    // hidden; -1 when none.
+    function visibleRowFrom(from, step) {
+        for (let i = from; i >= 0 && i < list.count; i += step) {
+            const row = list.itemAtIndex(i)
+            if (!row) {
+                list.positionViewAtIndex(i, ListView.Contain)
+                const made = list.itemAtIndex(i)
+                if (made && !made.hidden)
+                    return i
+                continue
+            }
+            if (!row.hidden)
+                return i
+        }
+        return -1
+    }
+
     ColumnLayout {
         anchors.fill: parent
         anchors.leftMargin: 20
@@ -83,8 +101,12 @@ Item {
             Label {
                 objectName: "countsLabel"
                 visible: !listPane.pane.searching
-                text: qsTrId("desk_count_open", listPane.mainModel.count - listPane.mainModel.completedCount)
-                      + "  ·  " + qsTrId("desk_count_completed", listPane.mainModel.completedCount)
+                readonly property int hiddenOpen: listPane.pane.device.undo.revision >= 0
+                                                  ? listPane.pane.device.undo.hiddenCount(false) : 0
+                readonly property int hiddenCompleted: listPane.pane.device.undo.revision >= 0
+                                                       ? listPane.pane.device.undo.hiddenCount(true) : 0
+                text: qsTrId("desk_count_open", listPane.mainModel.count - listPane.mainModel.completedCount - hiddenOpen)
+                      + "  ·  " + qsTrId("desk_count_completed", listPane.mainModel.completedCount - hiddenCompleted)
                 color: Theme.subtle
                 font.pixelSize: Theme.fontBase
             }
@@ -109,6 +131,11 @@ Item {
                 color: Theme.faint
                 font.pixelSize: Theme.fontSmall
             }
+        }
+
+        DraftBar {
+            Layout.fillWidth: true
+            pane: listPane.pane
         }
 
         SelectionBar {
@@ -147,6 +174,14 @@ Item {
                     font.weight: Font.DemiBold
                 }
                 Item { Layout.fillWidth: true }
+                FlatButton {
+                    objectName: "deleteAllCompletedButton"
+                    tint: Theme.danger
+                    text: qsTrId("desk_delete_completed")
+                    visible: !listPane.pane.selecting
+                    onClicked: listPane.pane.askConfirm(qsTrId("desk_confirm_delete_completed", listPane.mainModel.completedCount),
+                                           () => listPane.pane.device.undo.removeAllCompleted(false))
+                }
             }
         }
 
@@ -175,7 +210,20 @@ Item {
                     listPane.pane.openEditor(row.remindId)
                     event.accepted = true
                 } else if (event.key === Qt.Key_Space) {
-                    listPane.handler.completedReminder(row.remindId, !row.completed)
+                    row.toggleCompleted()
+                    event.accepted = true
+                } else if (event.key === Qt.Key_Delete) {
+                    const at = list.currentIndex
+                    row.deleteRow()
+                    list.currentIndex = listPane.visibleRowFrom(at + 1, 1) >= 0 ? listPane.visibleRowFrom(at + 1, 1)
+                                                                                : listPane.visibleRowFrom(at - 1, -1)
+                    event.accepted = true
+                } else if (event.key === Qt.Key_Down || event.key === Qt.Key_Up) {
+                    // Hidden rows (deleted, waiting for Undo) are passed over.
+                    const step = event.key === Qt.Key_Down ? 1 : -1
+                    const next = listPane.visibleRowFrom(list.currentIndex + step, step)
+                    if (next >= 0)
+                        list.currentIndex = next
                     event.accepted = true
                 }
             }

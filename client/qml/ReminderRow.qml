@@ -15,7 +15,12 @@ Item {
     readonly property var handler: pane.handler
     readonly property var item: device.asItem(reminderData)
     readonly property string remindId: item ? item.remindId : ""
-    readonly property bool completed: item ? item.completed : false
+    readonly property var undo: device.undo
+    // Deleted, waiting for its Undo: the row is hidden.
+    readonly property bool hidden: undo.revision >= 0 && remindId !== "" && undo.isHidden(remindId)
+    // Completed, waiting for its Undo: it shows its check at once.
+    readonly property bool completing: undo.revision >= 0 && remindId !== "" && undo.isCompleting(remindId)
+    readonly property bool completed: item ? item.completed || completing : false
     readonly property var attachment: item ? device.attachment(item.content) : ({ kind: "none" })
     readonly property var quote: item ? item.quoteMsgItem : null
     readonly property bool overdue: { device.tick; return item ? device.isOverdue(item) : false }
@@ -45,7 +50,21 @@ Item {
                                         && pane.handler.selected(remindId)
 
     objectName: "reminderRow_" + remindId
-    height: card.height + (showOpenHeading ? heading.height : 0)
+    visible: !hidden
+    height: hidden ? 0 : card.height + (showOpenHeading ? heading.height : 0)
+
+    // Completes (after the Undo toast) or reopens at once.
+    function toggleCompleted() {
+        if (row.completing)
+            row.undo.undo()
+        else if (row.item && row.item.completed)
+            row.handler.completedReminder(row.remindId, false)
+        else
+            row.undo.complete(row.remindId)
+    }
+    function deleteRow() {
+        row.undo.remove(row.remindId)
+    }
 
     Label {
         id: heading
@@ -164,7 +183,7 @@ Item {
                     anchors.margins: -6
                     hoverEnabled: true
                     cursorShape: Qt.PointingHandCursor
-                    onClicked: row.handler.completedReminder(row.remindId, !row.completed)
+                    onClicked: row.toggleCompleted()
                 }
                 ToolTip.visible: completeMouse.containsMouse
                 ToolTip.delay: 600
@@ -333,6 +352,28 @@ Item {
                 sourceSize.height: 112
                 asynchronous: true
                 clip: true
+            }
+
+            // Deletes this reminder (Undo brings it back).
+            ToolButton {
+                id: deleteButton
+                objectName: "rowDeleteButton"
+                Layout.alignment: Qt.AlignVCenter
+                implicitWidth: 34
+                implicitHeight: 34
+                visible: !row.pane.selecting
+                opacity: cardMouse.containsMouse || hovered || card.keyboardCurrent ? 1 : 0
+                contentItem: Item {
+                    Icon { anchors.centerIn: parent; name: "trash"; size: 18; color: Theme.danger }
+                }
+                background: Rectangle {
+                    radius: 17
+                    color: deleteButton.hovered ? Theme.dangerSoft : "transparent"
+                }
+                ToolTip.visible: hovered
+                ToolTip.delay: 400
+                ToolTip.text: qsTrId("desk_delete_tooltip")
+                onClicked: row.deleteRow()
             }
 
             CheckBox {

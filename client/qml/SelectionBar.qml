@@ -66,21 +66,17 @@ Rectangle {
                 tint: Theme.danger
                 text: qsTrId("desk_delete_selected")
                 enabled: bar.handler.selectCount > 0
-                onClicked: confirm.ask(qsTrId("desk_confirm_delete_selected", bar.handler.selectCount),
-                                       () => bar.handler.deleteSelects())
+                onClicked: bar.pane.askConfirm(qsTrId("desk_confirm_delete_selected", bar.handler.selectCount),
+                                       () => bar.pane.device.undo.removeSelected())
             }
             FlatButton {
                 objectName: "deleteCompletedButton"
                 tint: Theme.danger
                 text: qsTrId("desk_delete_completed")
                 enabled: bar.list.completedCount > 0
-                onClicked: confirm.ask(qsTrId("desk_confirm_delete_completed", bar.list.completedCount),
-                                       () => bar.handler.deleteAllCompleted())
+                onClicked: bar.pane.askConfirm(qsTrId("desk_confirm_delete_completed", bar.list.completedCount),
+                                       () => bar.pane.device.undo.removeAllCompleted(bar.pane.searching))
             }
         }
-    }
-
-    ConfirmDialog {
-        id: confirm
     }
 }

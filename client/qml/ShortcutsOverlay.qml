@@ -25,6 +25,8 @@ Popup {
         ["↑ ↓", qsTrId("desk_keys_move")],
         [qsTrId("desk_key_enter"), qsTrId("desk_keys_open")],
         [qsTrId("desk_key_space"), qsTrId("desk_keys_complete")],
+        [qsTrId("desk_key_delete"), qsTrId("desk_keys_delete")],
+        ["Ctrl+Z", qsTrId("desk_keys_undo")],
         ["Ctrl+Enter", qsTrId("desk_keys_save")],
         ["Esc", qsTrId("desk_keys_cancel")],
         ["Tab", qsTrId("desk_keys_tab")],

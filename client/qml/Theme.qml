@@ -25,6 +25,10 @@ QtObject {
     readonly property color success: "#236f4c"
     readonly property color successSoft: "#e6f5ee"
     readonly property color warning: "#8a5a00"
+    readonly property color warningSoft: "#fdf4e3"
+    // Toasts: light text on a dark pill; their action (Undo) in a light blue.
+    readonly property color toast: "#2b3140"
+    readonly property color toastAction: "#a9c7ff"
     readonly property color quote: "#f1f4f9"
     readonly property color shadow: "#14000000"
 

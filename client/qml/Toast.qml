@@ -17,7 +17,7 @@ Rectangle {
     width: Math.min(label.implicitWidth + 40, parent ? parent.width - 60 : 600)
     height: label.implicitHeight + 22
     radius: height / 2
-    color: "#2b3140"
+    color: Theme.toast
     opacity: 0
     visible: opacity > 0
 

@@ -32,7 +32,7 @@ Item {
             // What the chooser hands on when a file is picked.
             const path = support.makeImage("holiday.png")
             verify(path.length > 0)
-            handler.addAttachment(testDevice.prepareAttachment("file://" + path))
+            testDevice.edit.attach("file://" + path)
             // The picture is carried as the converted copy the media model made.
             tryCompare(inEditor("editorAttachmentName"), "text", "holiday.jpg")
             verify(!inEditor("attachButton").visible)

@@ -42,7 +42,7 @@ Item {
                 verify(support.removeFile(path))
             }
             verify(path.length > 0)
-            testDevice.attachFile("file://" + path)
+            testDevice.edit.attach("file://" + path)
 
             const toast = named("toast")
             tryCompare(toast, "visible", true)

@@ -25,7 +25,16 @@ Item {
             verify(!named("completedToggle").visible)
 
             click(findChild(rowOf(id), "completeToggle"))
-            tryCompare(model, "completedCount", 1)
+            // The row shows its check at once; the reminder is completed
+            // when the Undo toast's time is up.
+            verify(rowOf(id).completed)
+            const undoToast = named("undoToast")
+            tryCompare(undoToast, "visible", true)
+            compare(findChild(undoToast, "undoText").text, "Reminder completed")
+            compare(model.completedCount, 0)
+            verify(!testDevice.itemById(id).completed)
+            tryCompare(model, "completedCount", 1, 12000)
+            verify(!undoToast.visible)
             verify(testDevice.itemById(id).completed)
             // Collapsed: only the open reminder is listed.
             compare(list.count, 1)

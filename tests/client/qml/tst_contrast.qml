@@ -10,7 +10,7 @@ TestCase {
 
     readonly property var textColours: ["text", "subtle", "faint", "accent", "danger", "success", "warning"]
     readonly property var backgrounds: ["surface", "background", "surfaceAlt", "accentSoft", "dangerSoft",
-                                        "successSoft", "quote"]
+                                        "successSoft", "quote", "warningSoft"]
 
     // Relative luminance of an sRGB colour.
     function luminance(c) {
@@ -61,5 +61,15 @@ TestCase {
     function test_iconsAndLargeTextOnEveryBackground(data) {
         const r = ratio(Theme[data.fg], Theme[data.bg])
         verify(r >= 3, data.tag + ": " + r.toFixed(2) + ":1")
+    }
+
+    // A toast's text and its Undo on the toast's dark pill.
+    function test_toastTexts_data() {
+        return [{ tag: "white", fg: Qt.color("white") }, { tag: "toastAction", fg: Theme.toastAction }]
+    }
+
+    function test_toastTexts(data) {
+        const r = ratio(data.fg, Theme.toast)
+        verify(r >= 4.5, data.tag + " on toast: " + r.toFixed(2) + ":1")
     }
 }

@@ -48,6 +48,9 @@ Item {
             keyClick(Qt.Key_Up)
             compare(list.currentIndex, 0)
             keyClick(Qt.Key_Space)
+            verify(rowOf(first).completed)
+            // The Undo toast's time is up.
+            testDevice.undo.commit()
             tryVerify(() => testDevice.itemById(first).completed)
             list.forceActiveFocus()
             list.currentIndex = 0

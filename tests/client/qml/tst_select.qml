@@ -33,6 +33,10 @@ Item {
             const d = quickAdd("delta")
             click(findChild(rowOf(c), "completeToggle"))
             click(findChild(rowOf(d), "completeToggle"))
+            // Completing d carried c's completion out; d's waits for its
+            // toast, whose time is up here.
+            tryCompare(model, "completedCount", 1)
+            testDevice.undo.commit()
             tryCompare(model, "completedCount", 2)
             tryVerify(() => support.storedCount() === 4, 10000)
 
@@ -62,13 +66,19 @@ Item {
             compare(handler.selectCount, 1)
             click(named("deleteSelectedButton"))
             confirm()
+            // Hidden at once, deleted when the Undo toast's time is up.
+            compare(handler.selectCount, 0)
+            verify(!rowOf(a).visible)
+            compare(model.count, 4)
+            testDevice.undo.commit()
             tryCompare(model, "count", 3)
             compare(testDevice.itemById(a), null)
-            compare(handler.selectCount, 0)
 
             // Delete every completed one.
             click(named("deleteCompletedButton"))
             confirm()
+            compare(named("countsLabel").text, "1 open  ·  0 completed")
+            testDevice.undo.commit()
             tryCompare(model, "count", 1)
             compare(model.completedCount, 0)
             verify(testDevice.itemById(b) !== null)
