@@ -4,6 +4,7 @@
 #include "accountmanager.h"
 #include "contactbase.h"
 #include "deskdevice.h"
+#include "deskundo.h"
 #include "devicesession.h"
 #include "fileservice.h"
 #include "fileutil.h"
@@ -15,6 +16,7 @@
 #include "timechangewatcher.h"
 #include "usermanager.h"
 
+#include <QCoreApplication>
 #include <QDir>
 
 namespace {
@@ -88,6 +90,14 @@ QString DeskBackend::attachErrorText(int code)
 
 DeskBackend::~DeskBackend()
 {
+    // What waited for its Undo is carried out, and its writes and requests
+    // finish, while the handlers, the store and the server are all here.
+    for (DeskDevice* device : std::as_const(m_devices))
+        device->undo()->commit();
+    for (int round = 0; round < 3; ++round) {
+        ThreadManager::getInstance()->waitForIdle();
+        QCoreApplication::sendPostedEvents();
+    }
     // The devices and their sessions (accounts, handlers) go before the
     // server and the file service they talk to.
     qDeleteAll(m_devices);

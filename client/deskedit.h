@@ -79,6 +79,8 @@ public:
     Q_INVOKABLE bool restoreDraft();
     // Forgets the waiting draft.
     Q_INVOKABLE void dropDraft();
+    // Reads the drafts folder again (it is read when the device starts).
+    Q_INVOKABLE void reloadDrafts() { readDraft(); }
     // Writes the open edit's draft now (the program quits, the session
     // ends); the edit stays as it is.
     void keepDraft();

@@ -11,6 +11,8 @@ DeskUndo::DeskUndo(ReminderHandler* handler, QObject* parent)
 {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
     m_timer.setSingleShot(true);
+    // Never sooner than the toast said.
+    m_timer.setTimerType(Qt::PreciseTimer);
     m_timer.setInterval(kUndoMs);
     connect(&m_timer, &QTimer::timeout, this, &DeskUndo::commit);
 }

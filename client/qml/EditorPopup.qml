@@ -116,6 +116,7 @@ Popup {
     UnsavedDialog {
         id: unsaved
     }
+    readonly property alias unsavedDialog: unsaved
 
     onClosed: {
         if (!popup.finished) {

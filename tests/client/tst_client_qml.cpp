@@ -119,6 +119,16 @@ public:
         return QDir().mkpath(path) ? path : QString();
     }
     Q_INVOKABLE bool removeFile(const QString& path) { return QFile::remove(path); }
+    // A draft file in device 1's drafts folder, as a run that ended with
+    // an edit open leaves it.
+    Q_INVOKABLE bool writeDraft(const QString& json)
+    {
+        const QDir dir(QDir(DeskBackend::deviceDirectory(backend->dataDirectory(), 1)).filePath(QStringLiteral("drafts")));
+        if (!QDir().mkpath(dir.path()))
+            return false;
+        QFile file(dir.filePath(QStringLiteral("1000.json")));
+        return file.open(QIODevice::WriteOnly) && file.write(json.toUtf8()) == json.toUtf8().size();
+    }
     // Reminders the server holds (not deleted).
     Q_INVOKABLE int serverCount() const
     {
