@@ -10,6 +10,7 @@
 #include "devicesession.h"
 #include "dialogbase.h"
 #include "fileitem.h"
+#include "filemanager.h"
 #include "mediasendermodel.h"
 #include "modelbaseutil.h"
 #include "pollitem.h"
@@ -60,6 +61,22 @@ DeskDevice::DeskDevice(DeviceSession* session, int number, const QString& direct
             emit listingChanged();
         }
     });
+    // The file manager reports from its worker: queued to this thread.
+    connect(m_session->fileManager(), &FileManager::uploadProgress, this,
+            [this](const QString& remindId, qint64 sent, qint64 total) {
+                m_uploadProgress.insert(remindId, total > 0 ? double(sent) / double(total) : 1.0);
+                ++m_uploadsRevision;
+                emit uploadsChanged();
+            },
+            Qt::QueuedConnection);
+    connect(m_session->fileManager(), &FileManager::uploadEnded, this,
+            [this](const QString& remindId, int) {
+                if (m_uploadProgress.remove(remindId) > 0) {
+                    ++m_uploadsRevision;
+                    emit uploadsChanged();
+                }
+            },
+            Qt::QueuedConnection);
     m_clockTimer.setInterval(30 * 1000);
     connect(&m_clockTimer, &QTimer::timeout, this, &DeskDevice::bumpTick);
     m_clockTimer.start();
@@ -534,6 +551,11 @@ void DeskDevice::remindAbout(int index)
         if (const QSharedPointer<DialogBase> dialog = account()->dialog(msg.dialogId))
             quote->setSender(dialog->contact(msg.senderId, msg.senderName));
     }
+}
+
+double DeskDevice::uploadProgress(const QString& remindId) const
+{
+    return m_uploadProgress.value(remindId, -1.0);
 }
 
 QString DeskDevice::prepareAttachment(const QUrl& url) const

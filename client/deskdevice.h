@@ -54,6 +54,9 @@ class DeskDevice : public QObject
     // Whether this device's window has the focus (set by the QML); toasts
     // go to the focused device's window.
     Q_PROPERTY(bool windowActive READ windowActive WRITE setWindowActive NOTIFY windowActiveChanged)
+    // Bumped when an upload of this device moves on or ends; bindings that
+    // call uploadProgress() read it.
+    Q_PROPERTY(int uploads READ uploads NOTIFY uploadsChanged)
 
 public:
     // directory: the device's own folder (its drafts are kept there).
@@ -75,6 +78,7 @@ public:
     bool loaded() const;
     bool windowActive() const { return m_windowActive; }
     void setWindowActive(bool active);
+    int uploads() const { return m_uploadsRevision; }
 
     // Whether the item is this device's (an item of its handler's main
     // list, compared by pointer).
@@ -166,6 +170,9 @@ public:
     Q_INVOKABLE void answerTomorrow(const QString& remindId);
     Q_INVOKABLE void answerClose(const QString& remindId);
     Q_INVOKABLE void answerDone(const QString& remindId);
+    // How much of the reminder's attachment is uploaded, 0..1; -1 when no
+    // upload of it runs.
+    Q_INVOKABLE double uploadProgress(const QString& remindId) const;
     // When a snoozed reminder fires again; 0 when it is not snoozed.
     Q_INVOKABLE qint64 snoozedUntil(ReminderItem* item) const;
     // The local path of a chosen file; converted copies of attachments go
@@ -182,6 +189,7 @@ signals:
     void listingChanged();
     void loadedChanged();
     void windowActiveChanged();
+    void uploadsChanged();
     void toast(const QString& text);
 
 private:
@@ -205,4 +213,7 @@ private:
     int m_tick = 0;
     bool m_listing = false;
     bool m_windowActive = false;
+    // Uploads running: remind id to the part done.
+    QHash<QString, double> m_uploadProgress;
+    int m_uploadsRevision = 0;
 };

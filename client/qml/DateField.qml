@@ -42,6 +42,9 @@ Button {
         padding: 10
         modal: false
         focus: true
+        // Kept inside the window: where there is no room below the field
+        // the calendar opens above it.
+        margins: 8
 
         property int year: 2000
         property int month: 0 // 0..11, as the calendar counts

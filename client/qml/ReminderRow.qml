@@ -239,6 +239,26 @@ Item {
                         font.pixelSize: Theme.fontSmall
                     }
                 }
+                // Its upload, while it runs.
+                RowLayout {
+                    objectName: "rowUpload"
+                    readonly property real progress: row.device.uploads >= 0 && row.remindId !== ""
+                                                     ? row.device.uploadProgress(row.remindId) : -1
+                    visible: progress >= 0
+                    spacing: 8
+                    ProgressBar {
+                        Layout.preferredWidth: 140
+                        from: 0
+                        to: 1
+                        value: Math.max(0, parent.progress)
+                    }
+                    Label {
+                        objectName: "rowUploadText"
+                        text: qsTrId("desk_upload_progress").arg(Math.floor(Math.max(0, parent.progress) * 100))
+                        color: Theme.subtle
+                        font.pixelSize: Theme.fontSmall
+                    }
+                }
 
                 // The quoted chat message.
                 Rectangle {

@@ -192,6 +192,7 @@ void FileManager::workerLoop()
         }
         if (task->callback)
             task->callback(StageFinished, code);
+        emit uploadEnded(task->remindId, code);
     }
 }
 
@@ -210,14 +211,30 @@ int FileManager::runUpload(const std::shared_ptr<Task>& task)
         return UploadFailed;
     }
 
+    qint64 total = 0;
+    for (const Task::File& file : std::as_const(task->files))
+        total += QFileInfo(file.path).size();
+    qint64 before = 0; // bytes of the files already stored
+    int percent = -1;
+    const auto report = [this, &task, &before, &percent, total](qint64 stored) {
+        const qint64 sent = qMin(total, before + stored);
+        const int now = total > 0 ? int(sent * 100 / total) : 100;
+        if (now == percent)
+            return;
+        percent = now;
+        emit uploadProgress(task->remindId, sent, total);
+    };
+    // Under way, though the service may keep it waiting before any byte.
+    report(0);
     for (const Task::File& file : std::as_const(task->files)) {
         if (file.fileId.isEmpty()) {
             logLine(QStringLiteral("file manager: %1 of %2 has no file id")
                         .arg(file.path, task->remindId));
             return UploadFailed;
         }
-        switch (m_service->upload(file.fileId, file.path, cancelled)) {
+        switch (m_service->upload(file.fileId, file.path, cancelled, report)) {
         case FileService::UploadOk:
+            before += QFileInfo(file.path).size();
             break;
         case FileService::UploadCancelled:
             return UploadCancelled;

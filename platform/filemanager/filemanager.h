@@ -103,6 +103,7 @@ public:
     // The directory of the application's own copies; removals delete only
     // inside it. Default: MediaSenderModel's cache directory.
     void setCacheDirectory(const QString& dir);
+
     QString cacheDirectory() const;
     // Whether `path` names an existing file inside the cache directory
     // (symbolic links resolved).
@@ -111,6 +112,14 @@ public:
     FileDataMgr* fileDataMgr() const { return m_fileData.get(); }
     FileServiceCmd* fileServiceCmd() const { return m_serviceCmd; }
     FileService* fileService() const { return m_service; }
+
+signals:
+    // From the worker thread (queued to receivers elsewhere): how much of
+    // the reminder's upload is stored, in bytes of all its files; sent at
+    // the start (0), then whenever another whole percent is stored.
+    void uploadProgress(const QString& remindId, qint64 sent, qint64 total);
+    // The reminder's upload ended, with its final code (UploadCode).
+    void uploadEnded(const QString& remindId, int code);
 
 private:
     struct Task;

@@ -69,7 +69,7 @@ QString FileService::storedPath(const QString& fileId) const
 }
 
 FileService::UploadResult FileService::upload(const QString& fileId, const QString& localPath,
-                                              const CancelCheck& cancelled)
+                                              const CancelCheck& cancelled, const ProgressReport& progress)
 {
     QFile file(localPath);
     if (!file.open(QIODevice::ReadOnly)) {
@@ -80,7 +80,7 @@ FileService::UploadResult FileService::upload(const QString& fileId, const QStri
         logLine(QStringLiteral("file service: cannot read %1: %2").arg(localPath, file.errorString()));
         return UploadFailed;
     }
-    return store(fileId, &file, cancelled);
+    return store(fileId, &file, cancelled, progress);
 }
 
 FileService::UploadResult FileService::uploadData(const QString& fileId, const QByteArray& bytes,
@@ -136,7 +136,7 @@ FileService::UploadResult FileService::beforeStoring(const CancelCheck& cancelle
 }
 
 FileService::UploadResult FileService::store(const QString& fileId, QIODevice* source,
-                                             const CancelCheck& cancelled)
+                                             const CancelCheck& cancelled, const ProgressReport& progress)
 {
     {
         std::lock_guard<std::mutex> lock(m_mutex);
@@ -159,6 +159,9 @@ FileService::UploadResult FileService::store(const QString& fileId, QIODevice* s
 
     Sha256Stream hash;
     QByteArray buffer(kChunkSize, Qt::Uninitialized);
+    qint64 stored = 0;
+    if (progress)
+        progress(0);
     for (;;) {
         if (cancelled && cancelled())
             return UploadCancelled;
@@ -174,6 +177,9 @@ FileService::UploadResult FileService::store(const QString& fileId, QIODevice* s
             logLine(QStringLiteral("file service: writing the upload of %1 failed").arg(fileId));
             return UploadFailed;
         }
+        stored += n;
+        if (progress)
+            progress(stored);
     }
     if (!temp.flush())
         return UploadFailed;

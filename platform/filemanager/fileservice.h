@@ -45,6 +45,9 @@ public:
     // while an upload is held or delayed. Called without the service's
     // lock.
     using CancelCheck = std::function<bool()>;
+    // Told how many bytes of the file are stored so far, after each chunk
+    // (first with 0). Called without the service's lock.
+    using ProgressReport = std::function<void(qint64 stored)>;
 
     explicit FileService(const QString& directory);
     ~FileService();
@@ -55,7 +58,8 @@ public:
 
     // Stores the local file under `fileId`, read in chunks.
     UploadResult upload(const QString& fileId, const QString& localPath,
-                        const CancelCheck& cancelled = CancelCheck());
+                        const CancelCheck& cancelled = CancelCheck(),
+                        const ProgressReport& progress = ProgressReport());
     // Stores the bytes under `fileId`.
     UploadResult uploadData(const QString& fileId, const QByteArray& bytes,
                             const CancelCheck& cancelled = CancelCheck());
@@ -92,7 +96,8 @@ public:
     int uploadAttempts() const;
 
 private:
-    UploadResult store(const QString& fileId, QIODevice* source, const CancelCheck& cancelled);
+    UploadResult store(const QString& fileId, QIODevice* source, const CancelCheck& cancelled,
+                       const ProgressReport& progress = ProgressReport());
     // Hold, delay and injected failure, in that order.
     UploadResult beforeStoring(const CancelCheck& cancelled);
 

@@ -11,6 +11,7 @@
 #include "deskdevice.h"
 #include "desklanguage.h"
 #include "devicesession.h"
+#include "fileservice.h"
 #include "accountbase.h"
 #include "imlog.h"
 #include "networksubject.h"
@@ -119,6 +120,8 @@ public:
         return QDir().mkpath(path) ? path : QString();
     }
     Q_INVOKABLE bool removeFile(const QString& path) { return QFile::remove(path); }
+    // Uploads wait at the file service until let go.
+    Q_INVOKABLE void holdUploads(bool hold) { backend->fileService()->holdUploads(hold); }
     // A draft file in device 1's drafts folder, as a run that ended with
     // an edit open leaves it.
     Q_INVOKABLE bool writeDraft(const QString& json)

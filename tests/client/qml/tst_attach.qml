@@ -47,6 +47,7 @@ Item {
             tryVerify(() => support.serverCount() === 1, 20000)
 
             // Opened again, the attachment is removed.
+            compare(findChild(row, "rowUpload").visible, false)
             mouseClick(findChild(row, "rowText"))
             waitEditorOpen()
             click(inEditor("removeAttachmentButton"))
@@ -55,6 +56,24 @@ Item {
             waitEditorClosed()
             tryCompare(findChild(rowAt(0), "rowAttachment"), "visible", false)
             compare(rowText(rowAt(0)), "print the holiday photo")
+        }
+    
+        function test_uploadShowsItsProgress() {
+            // The file service holds the upload: the row says it is on its way.
+            support.holdUploads(true)
+            startNew("send the scan", "")
+            testDevice.edit.attach("file://" + support.makeFile("scan.pdf", "x".repeat(300000)))
+            tryCompare(inEditor("editorAttachmentName"), "text", "scan.pdf")
+            click(inEditor("saveButton"))
+            waitEditorClosed()
+            const row = rowAt(indexOfText("send the scan"))
+            const upload = findChild(row, "rowUpload")
+            tryCompare(upload, "visible", true)
+            compare(findChild(row, "rowUploadText").text, "Uploading… 0%")
+            // Let go: it finishes, and the row no longer shows an upload.
+            support.holdUploads(false)
+            tryCompare(upload, "visible", false, 20000)
+            tryVerify(() => support.serverCount() === 2, 20000)
         }
     }
 }

@@ -15,6 +15,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QTemporaryDir>
+#include <QSignalSpy>
 #include <QTest>
 #include <QThread>
 
@@ -64,6 +65,7 @@ private slots:
     // Uploads.
     void makeFilterNeedsAFileWithSource();
     void uploadSucceeds();
+    void uploadProgressRisesToTheWhole();
     void uploadOfAPreparedImage();
     void uploadReturnsAtOnce();
     void uploadsRunOnTheWorkerThread();
@@ -319,6 +321,39 @@ void TestFileManager::uploadSucceeds()
     QCOMPARE(m_service->count(), 2);
     QVERIFY(noneRegistered(fm, content));
     QCOMPARE(fm.activeUploadCount(), 0);
+}
+
+void TestFileManager::uploadProgressRisesToTheWhole()
+{
+    FileManager fm(m_service.get());
+    // Several chunks of the service, and a thumbnail before the file.
+    const QByteArray bytes = patternBytes(3 * 1024 * 1024 + 123, 31);
+    const QByteArray thumb = patternBytes(5000, 32);
+    const auto content = fileContent(QStringLiteral("big.bin"), bytes, thumb);
+    QVERIFY(content);
+    registerIds(fm, content);
+    QSignalSpy progress(&fm, &FileManager::uploadProgress);
+    QSignalSpy ended(&fm, &FileManager::uploadEnded);
+    UploadRecorder recorder;
+    QVERIFY(startUpload(fm, content, QStringLiteral("7_9"), recorder));
+    QVERIFY(recorder.waitFinished());
+    QTRY_COMPARE(ended.count(), 1);
+    QCOMPARE(ended.at(0).at(0).toString(), QStringLiteral("7_9"));
+    QCOMPARE(ended.at(0).at(1).toInt(), int(FileManager::UploadDone));
+
+    const qint64 total = bytes.size() + thumb.size();
+    QVERIFY2(progress.count() >= 3, qPrintable(QString::number(progress.count())));
+    qint64 last = -1;
+    for (const QList<QVariant>& args : std::as_const(progress)) {
+        QCOMPARE(args.at(0).toString(), QStringLiteral("7_9"));
+        QCOMPARE(args.at(2).toLongLong(), total);
+        QVERIFY(args.at(1).toLongLong() > last);
+        last = args.at(1).toLongLong();
+    }
+    QCOMPARE(progress.constFirst().at(1).toLongLong(), 0);
+    QCOMPARE(last, total);
+    // At most one report per whole percent (and the first).
+    QVERIFY(progress.count() <= 102);
 }
 
 void TestFileManager::uploadOfAPreparedImage()
