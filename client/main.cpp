@@ -19,12 +19,49 @@
 #include <QTimer>
 #include <QtQml/qqmlextensionplugin.h>
 
+#include <QSocketNotifier>
+
+#include <csignal>
 #include <cstdio>
 #include <memory>
+#include <sys/socket.h>
+#include <unistd.h>
 
 Q_IMPORT_QML_PLUGIN(ReminderDeskPlugin)
 
 namespace {
+
+// The write end of a socket pair: a signal handler may only write to it;
+// the event loop reads it and quits in order.
+int g_signalSocket[2] = {-1, -1};
+
+void onTerminationSignal(int)
+{
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t written = ::write(g_signalSocket[0], &byte, 1);
+}
+
+// SIGTERM (the session ends, a service manager stops it), SIGINT (Ctrl+C)
+// and SIGHUP (its terminal went) quit as the tray's Quit does: open edits
+// keep their drafts, waiting deletions are carried out.
+void quitOnTerminationSignals(QCoreApplication* app)
+{
+    if (::socketpair(AF_UNIX, SOCK_STREAM, 0, g_signalSocket) != 0)
+        return;
+    auto* notifier = new QSocketNotifier(g_signalSocket[1], QSocketNotifier::Read, app);
+    QObject::connect(notifier, &QSocketNotifier::activated, app, [app, notifier] {
+        notifier->setEnabled(false);
+        char byte = 0;
+        [[maybe_unused]] const ssize_t n = ::read(g_signalSocket[1], &byte, 1);
+        app->quit();
+    });
+    struct sigaction action = {};
+    action.sa_handler = onTerminationSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    for (int sig : {SIGTERM, SIGINT, SIGHUP})
+        ::sigaction(sig, &action, nullptr);
+}
 
 void fail(const QString& text)
 {
@@ -140,6 +177,7 @@ int main(int argc, char* argv[])
             DeskTour tour(&desk, options.tourDir);
             code = tour.run();
         } else {
+            quitOnTerminationSignals(&app);
             if (!desk.start()) {
                 fail(qtTrId("desk_cli_qml_failed"));
                 return 1;

@@ -64,6 +64,7 @@ Button {
             RowLayout {
                 Layout.fillWidth: true
                 ToolButton {
+                    objectName: "calendarPrevious"
                     contentItem: Item { Icon { anchors.centerIn: parent; name: "back"; size: 18 } }
                     onClicked: {
                         if (calendar.month === 0) { calendar.month = 11; calendar.year -= 1 }
@@ -78,6 +79,7 @@ Button {
                     font.weight: Font.DemiBold
                 }
                 ToolButton {
+                    objectName: "calendarNext"
                     contentItem: Item { Icon { anchors.centerIn: parent; name: "chevronRight"; size: 18 } }
                     onClicked: {
                         if (calendar.month === 11) { calendar.month = 0; calendar.year += 1 }
@@ -105,6 +107,8 @@ Button {
                 delegate: Item {
                     id: cell
                     required property var model
+                    // calendarDay_<month 1..12>_<day>, for days of the month shown.
+                    objectName: inMonth ? "calendarDay_" + (model.month + 1) + "_" + model.day : ""
                     readonly property bool inMonth: model.month === grid.month
                     readonly property bool chosen: field.value > 0 && inMonth
                         && field.device.sameDay(field.device.dateAt(model.year, model.month + 1, model.day), field.value)

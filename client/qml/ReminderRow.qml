@@ -184,6 +184,9 @@ Item {
                     hoverEnabled: true
                     cursorShape: Qt.PointingHandCursor
                     onClicked: row.toggleCompleted()
+                    // The second click of a double click is not a second
+                    // toggle (it would take the first back).
+                    onDoubleClicked: (mouse) => mouse.accepted = true
                 }
                 ToolTip.visible: completeMouse.containsMouse
                 ToolTip.delay: 600
