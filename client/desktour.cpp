@@ -5,6 +5,7 @@
 #include "deskbackend.h"
 #include "deskdevice.h"
 #include "deskedit.h"
+#include "deskundo.h"
 #include "modelbaseutil.h"
 #include "networksubject.h"
 #include "reminderhandler.h"
@@ -91,6 +92,25 @@ bool DeskTour::allConfirmed(DeskDevice* device) const
             return false;
     }
     return true;
+}
+
+bool DeskTour::undoToastShown() const
+{
+    const auto* toast = m_app->windows().constFirst()->findChild<QQuickItem*>(QStringLiteral("undoToast"));
+    return toast && toast->isVisible();
+}
+
+QString DeskTour::addQuick(ReminderHandler* handler, const QString& text)
+{
+    ReminderModel* model = handler->reminderModel();
+    QString id;
+    const QMetaObject::Connection c =
+        QObject::connect(model, &QAbstractItemModel::rowsInserted, model, [&id, model](const QModelIndex&, int first, int) {
+            id = model->data(model->index(first, 0), ReminderModel::ReminderDataRole).value<ReminderItemPtr>()->remindId();
+        });
+    handler->newReminder(text);
+    QObject::disconnect(c);
+    return id;
 }
 
 bool DeskTour::noToastShown() const
@@ -295,7 +315,7 @@ int DeskTour::run()
     a->edit()->save();
     advanceClock(2);
     // A quick note without a time.
-    handler->newReminder(qtTrId("desk_tour_plants"));
+    const QString plants = DeskTour::addQuick(handler, qtTrId("desk_tour_plants"));
     advanceClock(2);
     // The weekly stand-up: today and two days later, at 09:45.
     const int weekdays = ModelBaseUtil::dayOfWeekToFlag(now.dayOfWeek())
@@ -373,9 +393,43 @@ int DeskTour::run()
     if (!grabWindow(0, QStringLiteral("banner.png")))
         return failed();
 
-    // ---- search.png: the banner is answered, then a search.
-    handler->snoozeReminder(standup, 10);
-    a->dismissBanner(standup);
+    // ---- snoozed.png: the banner is answered with "Snooze 10 min"; the
+    // row says until when.
+    a->answerSnooze(standup, 10);
+    if (!waitUntil([this, a] { return allConfirmed(a) && a->bannerCount() == 0; },
+                   QStringLiteral("the snooze to be stored")))
+        return failed();
+    if (!grabWindow(0, QStringLiteral("snoozed.png")))
+        return failed();
+
+    // ---- undo.png: a reminder deleted, its Undo offered.
+    a->undo()->remove(plants);
+    if (!waitUntil([this] { return undoToastShown(); }, QStringLiteral("the undo toast")))
+        return failed();
+    if (!grabWindow(0, QStringLiteral("undo.png")))
+        return failed();
+    a->undo()->undo();
+
+    // ---- unsaved.png: an edit with changes is about to close.
+    QMetaObject::invokeMethod(pane, "openNewEditor", Q_ARG(QVariant, QVariant(qtTrId("desk_tour_unsaved"))));
+    QObject* editor = pane->property("editorPopup").value<QObject*>();
+    QObject* unsaved = editor ? editor->property("unsavedDialog").value<QObject*>() : nullptr;
+    if (!editor || !unsaved) {
+        m_error = QStringLiteral("no editor");
+        return failed();
+    }
+    if (!waitUntil([editor] { return editor->property("opened").toBool(); }, QStringLiteral("the new editor")))
+        return failed();
+    QMetaObject::invokeMethod(editor, "requestClose", Q_ARG(QVariant, QVariant()));
+    if (!waitUntil([unsaved] { return unsaved->property("opened").toBool(); }, QStringLiteral("the question")))
+        return failed();
+    if (!grabWindow(0, QStringLiteral("unsaved.png")))
+        return failed();
+    QMetaObject::invokeMethod(unsaved, "answer", Q_ARG(QVariant, QVariant(false)));
+    if (!waitUntil([editor] { return !editor->property("visible").toBool(); }, QStringLiteral("the editor to close")))
+        return failed();
+
+    // ---- search.png: a search.
     const QString keyword = qtTrId("desk_tour_search_keyword");
     int expected = 0;
     for (const storage::ReminderInfo& info : a->account()->storage()->reminderStorage()->infosWithKeyword(keyword))

@@ -8,6 +8,7 @@
 #include <functional>
 
 class DeskApp;
+class ReminderHandler;
 class DeskDevice;
 
 // The scripted tour (--tour DIR): starts the client with two devices on a
@@ -39,6 +40,9 @@ private:
     void settle();
     bool allConfirmed(DeskDevice* device) const;
     bool noToastShown() const;
+    bool undoToastShown() const;
+    // A quick add's new reminder; its id.
+    static QString addQuick(ReminderHandler* handler, const QString& text);
     bool grabWindow(int index, const QString& name);
     bool grabBoth(const QString& name);
     bool save(const QImage& image, const QString& name);

@@ -283,14 +283,14 @@
         <translation>Add one above, or from a chat message on the right.</translation>
     </message>
     <message id="desk_complete_tooltip">
-        <source>Mark as done</source>
+        <source>Mark as done (Space)</source>
         <extracomment>Tooltip of a row's round check.</extracomment>
-        <translation>Mark as done</translation>
+        <translation>Mark as done (Space)</translation>
     </message>
     <message id="desk_reopen_tooltip">
-        <source>Mark as not done</source>
+        <source>Mark as not done (Space)</source>
         <extracomment>Tooltip of a completed row's check.</extracomment>
-        <translation>Mark as not done</translation>
+        <translation>Mark as not done (Space)</translation>
     </message>
     <message id="desk_row_snoozed_until">
         <source>Snoozed until %1</source>
@@ -701,9 +701,9 @@
         <translation>Save the open reminder</translation>
     </message>
     <message id="desk_keys_cancel">
-        <source>Close the editor or this list</source>
+        <source>Close the editor (asking first if you changed something) or this list</source>
         <extracomment>Shortcuts overlay: Esc.</extracomment>
-        <translation>Close the editor or this list</translation>
+        <translation>Close the editor (asking first if you changed something) or this list</translation>
     </message>
     <message id="desk_keys_tab">
         <source>Next control</source>
@@ -1005,6 +1005,16 @@
         <source>Upload failed, will retry</source>
         <extracomment>A row whose attachment upload failed and waits to be sent again.</extracomment>
         <translation>Upload failed, will retry</translation>
+    </message>
+    <message id="desk_tour_unsaved">
+        <source>Ask Sam about the concert tickets</source>
+        <extracomment>Tour: the text of a new reminder whose editor is closed unsaved.</extracomment>
+        <translation>Ask Sam about the concert tickets</translation>
+    </message>
+    <message id="desk_unsaved_new_text">
+        <source>If you discard it, what you wrote is lost.</source>
+        <extracomment>Text of the question before the editor of a new reminder closes.</extracomment>
+        <translation>If you discard it, what you wrote is lost.</translation>
     </message>
 </context>
 </TS>

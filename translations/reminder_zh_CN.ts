@@ -275,14 +275,14 @@
         <translation>在上方添加，或从右侧的聊天消息创建。</translation>
     </message>
     <message id="desk_complete_tooltip">
-        <source>Mark as done</source>
+        <source>Mark as done (Space)</source>
         <extracomment>Tooltip of a row's round check.</extracomment>
-        <translation>标记为完成</translation>
+        <translation>标记为完成 (Space)</translation>
     </message>
     <message id="desk_reopen_tooltip">
-        <source>Mark as not done</source>
+        <source>Mark as not done (Space)</source>
         <extracomment>Tooltip of a completed row's check.</extracomment>
-        <translation>标记为未完成</translation>
+        <translation>标记为未完成 (Space)</translation>
     </message>
     <message id="desk_row_snoozed_until">
         <source>Snoozed until %1</source>
@@ -687,9 +687,9 @@
         <translation>保存正在编辑的提醒</translation>
     </message>
     <message id="desk_keys_cancel">
-        <source>Close the editor or this list</source>
+        <source>Close the editor (asking first if you changed something) or this list</source>
         <extracomment>Shortcuts overlay: Esc.</extracomment>
-        <translation>关闭编辑器或本列表</translation>
+        <translation>关闭编辑器（有更改时先询问）或本列表</translation>
     </message>
     <message id="desk_keys_tab">
         <source>Next control</source>
@@ -989,6 +989,16 @@
         <source>Upload failed, will retry</source>
         <extracomment>A row whose attachment upload failed and waits to be sent again.</extracomment>
         <translation>上传失败，将会重试</translation>
+    </message>
+    <message id="desk_tour_unsaved">
+        <source>Ask Sam about the concert tickets</source>
+        <extracomment>Tour: the text of a new reminder whose editor is closed unsaved.</extracomment>
+        <translation>问问 Sam 音乐会门票的事</translation>
+    </message>
+    <message id="desk_unsaved_new_text">
+        <source>If you discard it, what you wrote is lost.</source>
+        <extracomment>Text of the question before the editor of a new reminder closes.</extracomment>
+        <translation>如果放弃，所写的内容将会丢失。</translation>
     </message>
 </context>
 </TS>

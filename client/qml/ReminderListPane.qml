@@ -191,7 +191,9 @@ Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
             clip: true
-            spacing: 8
+            // The gap between rows is each row's own (a hidden row has
+            // none, so it leaves no gap either).
+            spacing: 0
             model: listPane.pane.shownModel
             bottomMargin: 16
             boundsBehavior: Flickable.StopAtBounds

@@ -51,7 +51,9 @@ Item {
 
     objectName: "reminderRow_" + remindId
     visible: !hidden
-    height: hidden ? 0 : card.height + (showOpenHeading ? heading.height : 0)
+    // The row's card and, below it, the gap to the next row.
+    readonly property int gap: 8
+    height: hidden ? 0 : card.height + (showOpenHeading ? heading.height : 0) + gap
 
     // Completes (after the Undo toast) or reopens at once.
     function toggleCompleted() {

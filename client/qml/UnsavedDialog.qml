@@ -25,7 +25,8 @@ Dialog {
 
     function ask(isNew, canSave, onDecision) {
         dialog.title = isNew ? qsTrId("desk_unsaved_new_title") : qsTrId("desk_unsaved_edit_title")
-        message.text = canSave ? qsTrId("desk_unsaved_text") : qsTrId("desk_unsaved_cannot_save")
+        message.text = !canSave ? qsTrId("desk_unsaved_cannot_save")
+                                : (isNew ? qsTrId("desk_unsaved_new_text") : qsTrId("desk_unsaved_text"))
         dialog.canSave = canSave
         dialog.decide = onDecision
         dialog.open()

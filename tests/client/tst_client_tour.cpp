@@ -71,6 +71,9 @@ void TestClientTour::screenshots_data()
     QTest::newRow("editor") << QStringLiteral("editor.png") << false;
     QTest::newRow("repeat") << QStringLiteral("repeat.png") << false;
     QTest::newRow("banner") << QStringLiteral("banner.png") << false;
+    QTest::newRow("snoozed") << QStringLiteral("snoozed.png") << false;
+    QTest::newRow("undo") << QStringLiteral("undo.png") << false;
+    QTest::newRow("unsaved") << QStringLiteral("unsaved.png") << false;
     QTest::newRow("search") << QStringLiteral("search.png") << false;
     QTest::newRow("devices") << QStringLiteral("devices.png") << true;
 }
@@ -104,7 +107,7 @@ void TestClientTour::screenshots()
 void TestClientTour::manifest()
 {
     const QJsonObject images = m_manifest.value(QStringLiteral("images")).toObject();
-    QCOMPARE(images.size(), 6);
+    QCOMPARE(images.size(), 9);
 }
 
 QTEST_GUILESS_MAIN(TestClientTour)
