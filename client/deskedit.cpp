@@ -157,7 +157,7 @@ QString DeskEdit::save()
         // The handler stores a new reminder from its text, then the edit of
         // it takes the time, the rule and the file the person gave.
         const QJsonObject pattern = patternState();
-        id = storeNew(m_handler->content());
+        id = addQuick(m_handler, m_handler->content());
         if (!id.isEmpty()) {
             m_handler->editReminder(id);
             applyPattern(pattern);
@@ -211,9 +211,9 @@ void DeskEdit::end()
     emit pendingAttachmentChanged();
 }
 
-QString DeskEdit::storeNew(const QString& text)
+QString DeskEdit::addQuick(ReminderHandler* handler, const QString& text)
 {
-    return idInsertedBy(m_handler->reminderModel(), [this, text] { m_handler->newReminder(text); });
+    return idInsertedBy(handler->reminderModel(), [handler, text] { handler->newReminder(text); });
 }
 
 // ----------------------------------------------------------- attachments

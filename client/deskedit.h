@@ -47,6 +47,10 @@ public:
     DeskEdit(DeskDevice* device, const QString& directory, QObject* parent = nullptr);
     ~DeskEdit() override;
 
+    // A quick add: the handler stores a reminder with the text at once
+    // (newReminder); returns its id ("" when none was made).
+    static QString addQuick(ReminderHandler* handler, const QString& text);
+
     bool isOpen() const { return !m_kind.isEmpty(); }
     QString kind() const { return m_kind; }
     bool isChanged() const { return m_changed; }
@@ -104,7 +108,6 @@ private:
     void readDraft();
     void removeDraftFile();
     void setPending(const QString& path, const QVariantMap& shown);
-    QString storeNew(const QString& text);
     // Checks a file as the handler's media parser will when it attaches
     // it: 0 when it can be attached (and `shown` says how it will look),
     // else the parser's error code (-1 for a folder).

@@ -100,19 +100,6 @@ bool DeskTour::undoToastShown() const
     return toast && toast->isVisible();
 }
 
-QString DeskTour::addQuick(ReminderHandler* handler, const QString& text)
-{
-    ReminderModel* model = handler->reminderModel();
-    QString id;
-    const QMetaObject::Connection c =
-        QObject::connect(model, &QAbstractItemModel::rowsInserted, model, [&id, model](const QModelIndex&, int first, int) {
-            id = model->data(model->index(first, 0), ReminderModel::ReminderDataRole).value<ReminderItemPtr>()->remindId();
-        });
-    handler->newReminder(text);
-    QObject::disconnect(c);
-    return id;
-}
-
 bool DeskTour::noToastShown() const
 {
     for (QQuickWindow* w : m_app->windows()) {
@@ -315,7 +302,7 @@ int DeskTour::run()
     a->edit()->save();
     advanceClock(2);
     // A quick note without a time.
-    const QString plants = DeskTour::addQuick(handler, qtTrId("desk_tour_plants"));
+    const QString plants = DeskEdit::addQuick(handler, qtTrId("desk_tour_plants"));
     advanceClock(2);
     // The weekly stand-up: today and two days later, at 09:45.
     const int weekdays = ModelBaseUtil::dayOfWeekToFlag(now.dayOfWeek())

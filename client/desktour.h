@@ -8,7 +8,6 @@
 #include <functional>
 
 class DeskApp;
-class ReminderHandler;
 class DeskDevice;
 
 // The scripted tour (--tour DIR): starts the client with two devices on a
@@ -41,8 +40,6 @@ private:
     bool allConfirmed(DeskDevice* device) const;
     bool noToastShown() const;
     bool undoToastShown() const;
-    // A quick add's new reminder; its id.
-    static QString addQuick(ReminderHandler* handler, const QString& text);
     bool grabWindow(int index, const QString& name);
     bool grabBoth(const QString& name);
     bool save(const QImage& image, const QString& name);

@@ -6,6 +6,7 @@
 #include "accountmanager.h"
 #include "contentitem.h"
 #include "deskbackend.h"
+#include "deskfixture.h"
 #include "deskdevice.h"
 #include "deskedit.h"
 #include "imlog.h"
@@ -56,10 +57,11 @@ private slots:
     void aFileGoneBeforeSaveKeepsTheEditOpen();
 
 private:
-    void start();
-    void stop();
-    void settle();
-    DeskDevice* device() const { return m_backend->device(0); }
+    void start() { QVERIFY(m_fx.start()); }
+    void stop() { m_fx.stop(); }
+    static void settle() { DeskFixture::settle(); }
+    QString add(const QString& text) { return m_fx.add(text); }
+    DeskDevice* device() const { return m_fx.device(); }
     DeskEdit* edit() const { return device()->edit(); }
     ReminderHandler* handler() const { return device()->handler(); }
     storage::ReminderStorage* store() const
@@ -72,57 +74,22 @@ private:
     QString makeFile(const QString& name, const QByteArray& bytes) const;
     QString makeImage(const QString& name) const;
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<DeskBackend> m_backend;
-    qint64 m_now = 0;
+    DeskFixture m_fx;
 };
 
 void DeskEditTest::init()
 {
-    ImLog::instance()->setEchoToStderr(false);
-    m_now = QDateTime(QDate(2031, 6, 2), QTime(10, 0)).toMSecsSinceEpoch();
-    network::NetworkSubject::instance()->setFixedTime(m_now);
-    m_dir.reset(new QTemporaryDir);
-    QVERIFY(m_dir->isValid());
-    start();
+    QVERIFY(m_fx.setUp());
 }
 
 void DeskEditTest::cleanup()
 {
-    stop();
-    m_dir.reset();
-    network::NetworkSubject::instance()->releaseFixedTime();
-}
-
-void DeskEditTest::start()
-{
-    m_backend.reset(new DeskBackend(m_dir->path(), 1));
-    QSignalSpy listed(m_backend.get(), &DeskBackend::allListed);
-    m_backend->signInAll();
-    if (!m_backend->isAllListed())
-        QVERIFY(listed.wait(30000));
-    handler()->readyReminder();
-}
-
-// What ends the program ends the backend: the devices go, then the
-// sessions.
-void DeskEditTest::stop()
-{
-    m_backend.reset();
-}
-
-void DeskEditTest::settle()
-{
-    for (int i = 0; i < 3; ++i) {
-        ThreadManager::getInstance()->waitForIdle();
-        QCoreApplication::sendPostedEvents();
-        QCoreApplication::processEvents();
-    }
+    m_fx.tearDown();
 }
 
 QStringList DeskEditTest::draftFiles() const
 {
-    const QDir dir(QDir(DeskBackend::deviceDirectory(m_dir->path(), 1)).filePath(QStringLiteral("drafts")));
+    const QDir dir(QDir(DeskBackend::deviceDirectory(m_fx.dir->path(), 1)).filePath(QStringLiteral("drafts")));
     QStringList files;
     for (const QString& name : dir.entryList({QStringLiteral("*.json")}, QDir::Files))
         files.append(dir.filePath(name));
@@ -150,7 +117,7 @@ QString DeskEditTest::storedText(const QString& id)
 
 QString DeskEditTest::makeFile(const QString& name, const QByteArray& bytes) const
 {
-    const QString path = QDir(m_dir->path()).filePath(name);
+    const QString path = QDir(m_fx.dir->path()).filePath(name);
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         return QString();
@@ -161,7 +128,7 @@ QString DeskEditTest::makeImage(const QString& name) const
 {
     QImage image(200, 120, QImage::Format_RGB32);
     image.fill(QColor(0x4a, 0x90, 0xd9));
-    const QString path = QDir(m_dir->path()).filePath(name);
+    const QString path = QDir(m_fx.dir->path()).filePath(name);
     return image.save(path) ? path : QString();
 }
 
@@ -175,7 +142,7 @@ void DeskEditTest::aNewReminderIsStoredOnSaveNotBefore()
     QVERIFY(edit()->isOpen());
     QCOMPARE(edit()->kind(), QStringLiteral("new"));
     QCOMPARE(opened.count(), 1);
-    handler()->reminderPattern()->setRemindTime(m_now + 3600 * 1000);
+    handler()->reminderPattern()->setRemindTime(m_fx.now + 3600 * 1000);
     settle();
     QCOMPARE(handler()->reminderModel()->count(), 0);
     QCOMPARE(store()->count(), 0);
@@ -188,7 +155,7 @@ void DeskEditTest::aNewReminderIsStoredOnSaveNotBefore()
     QCOMPARE(handler()->reminderModel()->count(), 1);
     QCOMPARE(storedText(id), QStringLiteral("water the plants"));
     bool found = false;
-    QCOMPARE(store()->info(id, &found).remindTime, m_now + 3600 * 1000);
+    QCOMPARE(store()->info(id, &found).remindTime, m_fx.now + 3600 * 1000);
     QVERIFY(found);
 }
 
@@ -198,7 +165,7 @@ void DeskEditTest::aNewReminderTakesItsTimeRuleAndFileOnSave()
     QVERIFY(!photo.isEmpty());
     edit()->startNew(QStringLiteral("print the photo"));
     ReminderPattern* pattern = handler()->reminderPattern();
-    pattern->setRemindTime(m_now + 2 * 3600 * 1000);
+    pattern->setRemindTime(m_fx.now + 2 * 3600 * 1000);
     pattern->setRepeatFlag(ReminderPattern::EveryWeek);
     pattern->repeatFinish();
     edit()->attach(QUrl::fromLocalFile(photo));
@@ -212,18 +179,18 @@ void DeskEditTest::aNewReminderTakesItsTimeRuleAndFileOnSave()
     QVERIFY(item);
     QCOMPARE(item->interval(), 1);
     QCOMPARE(item->unit(), 1);
-    QCOMPARE(item->showRemindTime(), m_now + 2 * 3600 * 1000);
+    QCOMPARE(item->showRemindTime(), m_fx.now + 2 * 3600 * 1000);
     QCOMPARE(device()->bodyText(item.data()), QStringLiteral("print the photo"));
     QCOMPARE(device()->attachment(item->content()).value(QStringLiteral("kind")).toString(),
              QStringLiteral("image"));
     // The upload runs, and the server gets it whole.
-    QTRY_VERIFY_WITH_TIMEOUT(m_backend->server()->remindIds(DeskBackend::kAccountId).contains(id), 20000);
+    QTRY_VERIFY_WITH_TIMEOUT(m_fx.backend->server()->remindIds(DeskBackend::kAccountId).contains(id), 20000);
 }
 
 void DeskEditTest::discardingANewReminderStoresNothing()
 {
     edit()->startNew(QStringLiteral("never mind"));
-    handler()->reminderPattern()->setRemindTime(m_now + 60 * 1000);
+    handler()->reminderPattern()->setRemindTime(m_fx.now + 60 * 1000);
     edit()->discard();
     QVERIFY(!edit()->isOpen());
     settle();
@@ -249,17 +216,13 @@ void DeskEditTest::onlyTheTypedTextCountsAsAChange()
     QVERIFY(edit()->isChanged());
     handler()->setContent(QString());
     QVERIFY(!edit()->isChanged());
-    handler()->reminderPattern()->setRemindTime(m_now + 60 * 1000);
+    handler()->reminderPattern()->setRemindTime(m_fx.now + 60 * 1000);
     QVERIFY(edit()->isChanged());
     QVERIFY(changed.count() >= 4);
     edit()->discard();
 
     // An existing reminder opened and left as it was is unchanged.
-    handler()->newReminder(QStringLiteral("call the bank"));
-    const QString id = handler()->reminderModel()->data(handler()->reminderModel()->index(0, 0),
-                                                         ReminderModel::ReminderDataRole)
-                           .value<ReminderItemPtr>()
-                           ->remindId();
+    const QString id = add(QStringLiteral("call the bank"));
     QVERIFY(edit()->startExisting(id));
     QVERIFY(!edit()->isChanged());
     handler()->setContent(QStringLiteral("call the bank at nine"));
@@ -295,11 +258,7 @@ void DeskEditTest::theDraftFollowsTypingWithoutWaitingForAPause()
 
 void DeskEditTest::anUnchangedEditLeavesNoDraft()
 {
-    handler()->newReminder(QStringLiteral("feed the cat"));
-    const QString id = handler()->reminderModel()->data(handler()->reminderModel()->index(0, 0),
-                                                         ReminderModel::ReminderDataRole)
-                           .value<ReminderItemPtr>()
-                           ->remindId();
+    const QString id = add(QStringLiteral("feed the cat"));
     QVERIFY(edit()->startExisting(id));
     QTest::qWait(DeskEdit::kDraftDelayMs * 2);
     edit()->keepDraft();
@@ -328,7 +287,7 @@ void DeskEditTest::savingOrDiscardingRemovesTheDraft()
 void DeskEditTest::aNewReminderDraftComesBackAfterTheProgramEnds()
 {
     edit()->startNew(QStringLiteral("book the dentist"));
-    handler()->reminderPattern()->setRemindTime(m_now + 86400 * 1000);
+    handler()->reminderPattern()->setRemindTime(m_fx.now + 86400 * 1000);
     handler()->reminderPattern()->setRepeatFlag(ReminderPattern::EveryDay);
     handler()->reminderPattern()->repeatFinish();
     // The program ends with the editor open: no question, the draft stays.
@@ -346,7 +305,7 @@ void DeskEditTest::aNewReminderDraftComesBackAfterTheProgramEnds()
     QCOMPARE(edit()->kind(), QStringLiteral("new"));
     QVERIFY(edit()->isChanged());
     QCOMPARE(handler()->content(), QStringLiteral("book the dentist"));
-    QCOMPARE(handler()->reminderPattern()->remindTime(), m_now + 86400 * 1000);
+    QCOMPARE(handler()->reminderPattern()->remindTime(), m_fx.now + 86400 * 1000);
     QCOMPARE(handler()->reminderPattern()->interval(), 1);
     QVERIFY(!handler()->reminderPattern()->repeatText().isEmpty());
     // The restored edit has its own draft at once.
@@ -363,14 +322,10 @@ void DeskEditTest::aNewReminderDraftComesBackAfterTheProgramEnds()
 
 void DeskEditTest::anExistingReminderDraftComesBackAsItWas()
 {
-    handler()->newReminder(QStringLiteral("renew the passport"));
-    const QString id = handler()->reminderModel()->data(handler()->reminderModel()->index(0, 0),
-                                                         ReminderModel::ReminderDataRole)
-                           .value<ReminderItemPtr>()
-                           ->remindId();
+    const QString id = add(QStringLiteral("renew the passport"));
     QVERIFY(edit()->startExisting(id));
     handler()->setContent(QStringLiteral("renew the passport before July"));
-    handler()->reminderPattern()->setRemindTime(m_now + 7 * 86400 * 1000LL);
+    handler()->reminderPattern()->setRemindTime(m_fx.now + 7 * 86400 * 1000LL);
     stop();
     // Not saved: the store holds the reminder as it was.
     start();
@@ -379,7 +334,7 @@ void DeskEditTest::anExistingReminderDraftComesBackAsItWas()
     QVERIFY(edit()->restoreDraft());
     QCOMPARE(edit()->kind(), QStringLiteral("existing"));
     QCOMPARE(handler()->content(), QStringLiteral("renew the passport before July"));
-    QCOMPARE(handler()->reminderPattern()->remindTime(), m_now + 7 * 86400 * 1000LL);
+    QCOMPARE(handler()->reminderPattern()->remindTime(), m_fx.now + 7 * 86400 * 1000LL);
     QCOMPARE(edit()->save(), id);
     QCOMPARE(handler()->reminderModel()->count(), 1);
     QCOMPARE(storedText(id), QStringLiteral("renew the passport before July"));
@@ -387,11 +342,7 @@ void DeskEditTest::anExistingReminderDraftComesBackAsItWas()
 
 void DeskEditTest::aDraftOfAReminderDeletedMeanwhileComesBackAsANewOne()
 {
-    handler()->newReminder(QStringLiteral("old text"));
-    const QString id = handler()->reminderModel()->data(handler()->reminderModel()->index(0, 0),
-                                                         ReminderModel::ReminderDataRole)
-                           .value<ReminderItemPtr>()
-                           ->remindId();
+    const QString id = add(QStringLiteral("old text"));
     QVERIFY(edit()->startExisting(id));
     handler()->setContent(QStringLiteral("new text typed before the end"));
     stop();
@@ -463,12 +414,12 @@ void DeskEditTest::aFileRefusedForANewReminderSaysWhy()
     QFETCH(QString, reason);
     QString path;
     if (kind == QLatin1String("folder")) {
-        path = QDir(m_dir->path()).filePath(QStringLiteral("a-folder"));
+        path = QDir(m_fx.dir->path()).filePath(QStringLiteral("a-folder"));
         QVERIFY(QDir().mkpath(path));
     } else if (kind == QLatin1String("empty")) {
         path = makeFile(QStringLiteral("empty.txt"), QByteArray());
     } else {
-        path = QDir(m_dir->path()).filePath(QStringLiteral("not-there.txt"));
+        path = QDir(m_fx.dir->path()).filePath(QStringLiteral("not-there.txt"));
     }
     QVERIFY(!path.isEmpty());
     QSignalSpy toast(device(), &DeskDevice::toast);

@@ -4,6 +4,7 @@
 // record exactly as it was.
 #include "accountbase.h"
 #include "deskbackend.h"
+#include "deskfixture.h"
 #include "deskdevice.h"
 #include "deskundo.h"
 #include "imlog.h"
@@ -43,72 +44,27 @@ private slots:
     void aReminderGoneMeanwhileIsLeftAlone();
 
 private:
-    void start();
-    void settle();
-    QString add(const QString& text);
-    DeskDevice* device() const { return m_backend->device(0); }
+    void start() { QVERIFY(m_fx.start()); }
+    static void settle() { DeskFixture::settle(); }
+    QString add(const QString& text) { return m_fx.add(text); }
+    DeskDevice* device() const { return m_fx.device(); }
     DeskUndo* undo() const { return device()->undo(); }
     ReminderHandler* handler() const { return device()->handler(); }
     storage::ReminderStorage* store() const { return device()->account()->storage()->reminderStorage(); }
     // The stored record and the server's copy of each reminder.
     QList<QPair<storage::ReminderInfo, QByteArray>> snapshot(const QStringList& ids);
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<DeskBackend> m_backend;
-    qint64 m_now = 0;
+    DeskFixture m_fx;
 };
 
 void DeskUndoTest::init()
 {
-    ImLog::instance()->setEchoToStderr(false);
-    m_now = QDateTime(QDate(2031, 6, 2), QTime(10, 0)).toMSecsSinceEpoch();
-    network::NetworkSubject::instance()->setFixedTime(m_now);
-    m_dir.reset(new QTemporaryDir);
-    start();
+    QVERIFY(m_fx.setUp());
 }
 
 void DeskUndoTest::cleanup()
 {
-    m_backend.reset();
-    m_dir.reset();
-    network::NetworkSubject::instance()->releaseFixedTime();
-}
-
-void DeskUndoTest::start()
-{
-    m_backend.reset(new DeskBackend(m_dir->path(), 1));
-    QSignalSpy listed(m_backend.get(), &DeskBackend::allListed);
-    m_backend->signInAll();
-    if (!m_backend->isAllListed())
-        QVERIFY(listed.wait(30000));
-    handler()->readyReminder();
-}
-
-void DeskUndoTest::settle()
-{
-    for (int i = 0; i < 3; ++i) {
-        ThreadManager::getInstance()->waitForIdle();
-        QCoreApplication::sendPostedEvents();
-        QCoreApplication::processEvents();
-    }
-}
-
-QString DeskUndoTest::add(const QString& text)
-{
-    ReminderModel* model = handler()->reminderModel();
-    QString id;
-    const QMetaObject::Connection c =
-        connect(model, &QAbstractItemModel::rowsInserted, this, [&id, model](const QModelIndex&, int first, int) {
-            id = model->data(model->index(first, 0), ReminderModel::ReminderDataRole)
-                     .value<ReminderItemPtr>()
-                     ->remindId();
-        });
-    handler()->newReminder(text);
-    disconnect(c);
-    // A step of the clock between reminders: each has its own times.
-    m_now += 60 * 1000;
-    network::NetworkSubject::instance()->setFixedTime(m_now);
-    return id;
+    m_fx.tearDown();
 }
 
 QList<QPair<storage::ReminderInfo, QByteArray>> DeskUndoTest::snapshot(const QStringList& ids)
@@ -121,7 +77,7 @@ QList<QPair<storage::ReminderInfo, QByteArray>> DeskUndoTest::snapshot(const QSt
     for (const QString& id : ids) {
         bool found = false;
         all.append({store()->info(id, &found),
-                    m_backend->server()->storedMessage(DeskBackend::kAccountId, id)});
+                    m_fx.backend->server()->storedMessage(DeskBackend::kAccountId, id)});
     }
     return all;
 }
@@ -277,12 +233,12 @@ void DeskUndoTest::theProgramEndingCarriesTheActionOut()
     settle();
     undo()->remove(a);
     // The program ends at once, long before the toast's time is up.
-    m_backend.reset();
+    m_fx.stop();
     start();
     QCOMPARE(handler()->reminderModel()->count(), 1);
     QVERIFY(!handler()->reminderModel()->itemById(a));
     // The server was told as well.
-    QTRY_VERIFY(m_backend->server()->isTombstoned(DeskBackend::kAccountId, a));
+    QTRY_VERIFY(m_fx.backend->server()->isTombstoned(DeskBackend::kAccountId, a));
 }
 
 void DeskUndoTest::aReminderGoneMeanwhileIsLeftAlone()
