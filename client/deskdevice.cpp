@@ -21,6 +21,11 @@
 #include "usermanager.h"
 
 #include <QDateTime>
+#include <QSaveFile>
+#include <QJsonObject>
+#include <QJsonDocument>
+#include <QFile>
+#include <QDir>
 #include <QFileInfo>
 #include <QJSEngine>
 #include <QLocale>
@@ -47,6 +52,8 @@ DeskDevice::DeskDevice(DeviceSession* session, int number, const QString& direct
 {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
     m_describer = new ReminderPattern(this);
+    m_snoozedPath = QDir(directory).filePath(QStringLiteral("snoozed.json"));
+    loadSnoozed();
     m_edit = new DeskEdit(this, directory, this);
     m_undo = new DeskUndo(m_handler, this);
 
@@ -147,7 +154,8 @@ void DeskDevice::addBanner(const ReminderItemPtr& item, qint64 dateTime)
         }
     }
     m_banners.prepend(qMakePair(item, dateTime));
-    m_snoozed.remove(item->remindId());
+    if (m_snoozed.remove(item->remindId()) > 0)
+        saveSnoozed();
     emit bannersChanged();
     // The row turns overdue in the same frame as its banner shows.
     bumpTick();
@@ -195,6 +203,7 @@ void DeskDevice::answerSnooze(const QString& remindId, int minutes)
         m_handler->snoozeReminder(remindId, minutes);
     }
     m_snoozed.insert(remindId, item->remindTime());
+    saveSnoozed();
     bumpTick();
 }
 
@@ -212,6 +221,7 @@ void DeskDevice::answerTomorrow(const QString& remindId)
         m_handler->snoozeTomorrow(remindId);
     }
     m_snoozed.insert(remindId, item->remindTime());
+    saveSnoozed();
     bumpTick();
 }
 
@@ -227,6 +237,34 @@ void DeskDevice::answerDone(const QString& remindId)
     dismissBanner(remindId);
     m_handler->completedReminder(remindId, true);
     bumpTick();
+}
+
+void DeskDevice::loadSnoozed()
+{
+    QFile file(m_snoozedPath);
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    const QJsonObject all = QJsonDocument::fromJson(file.readAll()).object();
+    for (auto it = all.begin(); it != all.end(); ++it)
+        m_snoozed.insert(it.key(), qint64(it.value().toDouble()));
+}
+
+void DeskDevice::saveSnoozed()
+{
+    // Only what still holds: the reminder is there with the time it was
+    // given (a later change of its time ends the snooze).
+    QJsonObject all;
+    for (auto it = m_snoozed.cbegin(); it != m_snoozed.cend(); ++it) {
+        const ReminderItemPtr item = m_handler->reminderModel()->itemById(it.key());
+        if (item && item->remindTime() == it.value())
+            all.insert(it.key(), double(it.value()));
+    }
+    QDir().mkpath(QFileInfo(m_snoozedPath).absolutePath());
+    QSaveFile file(m_snoozedPath);
+    if (file.open(QIODevice::WriteOnly)) {
+        file.write(QJsonDocument(all).toJson(QJsonDocument::Compact));
+        file.commit();
+    }
 }
 
 qint64 DeskDevice::snoozedUntil(ReminderItem* item) const

@@ -195,11 +195,16 @@ signals:
 private:
     void bumpTick();
     ReminderItemPtr pointerOf(ReminderItem* item) const;
+    // The snoozes the user made are kept in the device's folder, so that a
+    // row still says "Snoozed until" after a restart.
+    void loadSnoozed();
+    void saveSnoozed();
 
     // Reminders the user snoozed from a banner here: the remind time each
     // was given (a one-off one keeps no snooze state in the module, and a
     // repeating one's fields cannot tell a snooze from its next occurrence).
     QHash<QString, qint64> m_snoozed;
+    QString m_snoozedPath;
     DeviceSession* m_session = nullptr;
     ReminderHandler* m_handler = nullptr;
     DeskEdit* m_edit = nullptr;

@@ -47,6 +47,9 @@ namespace {
 
 // The host's message type of a reminder notification.
 constexpr int kReminderMessageType = 2005;
+
+// How many search results one posted call carries to the search list.
+constexpr int kSearchChunk = 4096;
 // Scene code of contents shown inside a reminder.
 constexpr int kReminderScene = 8;
 // The highest stored remind sequence that loading takes: new ids count on
@@ -1614,17 +1617,20 @@ void ReminderHandler::search(QString keyword)
     ReminderModel* results = m_searchModel;
     QPointer<ReminderHandler> self(this);
     m_searchFuture = CrossThread::run(QThreadPool::globalInstance(), [this, self, store, main, results, keyword, generation] {
-        const QList<storage::ReminderInfo> infos = store->infosWithKeyword(keyword, 0);
-        for (const storage::ReminderInfo& info : infos) {
+        // Only the ids are read: the results are the main list's own items
+        // (records without one are skipped). They travel to the search list
+        // in chunks, one posted call each, and the list takes them in the
+        // store's order as if one by one.
+        const QStringList ids = store->idsWithKeyword(keyword, 0);
+        for (qsizetype from = 0; from < ids.size(); from += kSearchChunk) {
             if (isStopped())
                 return;
-            // The main list's own item; records without one are skipped.
-            const ReminderItemPtr item = main->itemById(info.id);
-            if (!item)
+            QList<ReminderItemPtr> items = main->itemsByIds(ids.mid(from, kSearchChunk));
+            if (items.isEmpty())
                 continue;
-            CrossThread::invoke(results, [self, results, item, generation] {
+            CrossThread::invoke(results, [self, results, items = std::move(items), generation] {
                 if (self && self->m_searchGeneration.loadAcquire() == generation)
-                    results->insert(item);
+                    results->insertEach(items);
             });
         }
     }, &m_searchFuture);

@@ -7,6 +7,7 @@
 #include "synclocker.h"
 
 #include <QJSEngine>
+#include <QSet>
 
 #include <algorithm>
 #include <utility>
@@ -242,6 +243,76 @@ void ReminderModel::insert(ReminderItemPtr item)
     emit visibleCountChanged();
 }
 
+void ReminderModel::insertEach(const QList<ReminderItemPtr>& items)
+{
+    // Each section's new items must come in strictly descending sort time,
+    // after the section's last item, and be new: then inserting them one by
+    // one appends each in turn, and so does this.
+    QList<ReminderItemPtr> open;
+    QList<ReminderItemPtr> completed;
+    bool appendsOnly = true;
+    {
+        SyncLocker locker(&m_indexLock);
+        QSet<QString> seen;
+        seen.reserve(items.size());
+        for (const ReminderItemPtr& item : items) {
+            if (!item)
+                continue;
+            const QString id = item->remindId();
+            if (m_index.contains(id) || seen.contains(id)) {
+                appendsOnly = false;
+                break;
+            }
+            seen.insert(id);
+            QList<ReminderItemPtr>& added = item->completed() ? completed : open;
+            const QList<ReminderItemPtr>& section = item->completed() ? m_completedItems : m_openItems;
+            const ReminderItemPtr& before = !added.isEmpty() ? added.constLast()
+                : (!section.isEmpty() ? section.constLast() : ReminderItemPtr());
+            if (before && sortTime(item) >= sortTime(before)) {
+                appendsOnly = false;
+                break;
+            }
+            added.append(item);
+        }
+    }
+    if (!appendsOnly) {
+        for (const ReminderItemPtr& item : items)
+            insert(item);
+        return;
+    }
+    if (open.isEmpty() && completed.isEmpty())
+        return;
+
+    const auto index = [this](const QList<ReminderItemPtr>& added) {
+        SyncLocker locker(&m_indexLock);
+        m_index.reserve(m_index.size() + added.size());
+        for (const ReminderItemPtr& item : added)
+            m_index.insert(item->remindId(), item);
+    };
+    if (!completed.isEmpty()) {
+        const int first = int(m_completedItems.size());
+        if (m_completedShown)
+            beginInsertRows(QModelIndex(), first, first + int(completed.size()) - 1);
+        index(completed);
+        m_completedItems.append(completed);
+        if (m_completedShown)
+            endInsertRows();
+    }
+    if (!open.isEmpty()) {
+        const int first = int(m_openItems.size()) + completedOffset();
+        beginInsertRows(QModelIndex(), first, first + int(open.size()) - 1);
+        index(open);
+        m_openItems.append(open);
+        endInsertRows();
+        for (const ReminderItemPtr& item : std::as_const(open))
+            indexOpen(item);
+    }
+    if (!completed.isEmpty())
+        emit completedCountChanged();
+    emit countChanged();
+    emit visibleCountChanged();
+}
+
 void ReminderModel::insertItems(const QList<ReminderItemPtr>& items)
 {
     if (items.isEmpty())
@@ -272,6 +343,19 @@ void ReminderModel::insertItems(const QList<ReminderItemPtr>& items)
     endInsertRows();
     emit completedCountChanged();
     emit countChanged();
+}
+
+QList<ReminderItemPtr> ReminderModel::itemsByIds(const QStringList& remindIds) const
+{
+    QList<ReminderItemPtr> items;
+    items.reserve(remindIds.size());
+    SyncLocker locker(&m_indexLock);
+    for (const QString& id : remindIds) {
+        const auto it = m_index.constFind(id);
+        if (it != m_index.cend())
+            items.append(it.value());
+    }
+    return items;
 }
 
 ReminderItemPtr ReminderModel::itemById(const QString& remindId) const

@@ -142,6 +142,17 @@ public slots:
     int getReminderIndex(QString remindId);
 
 private:
+    // The search takes its results in through insertEach.
+    friend class ReminderHandler;
+    // The same as insert() for each item in turn, with one row
+    // announcement per section when every item lands after the section's
+    // last (the results of a search, in the store's order): the count
+    // signals then come once.
+    void insertEach(const QList<ReminderItemPtr>& items);
+    // The items stored under those ids, in that order; ids without an item
+    // are left out. One lock for all.
+    QList<ReminderItemPtr> itemsByIds(const QStringList& remindIds) const;
+
     static qint64 sortTime(const ReminderItemPtr& item);
     // Where key goes in a list sorted by descending sort time; *found tells
     // that the position holds an item with that very sort time.

@@ -97,7 +97,7 @@ Popup {
     // Ctrl+Enter saves from anywhere in the editor, when Save could.
     Shortcut {
         sequences: ["Ctrl+Return", "Ctrl+Enter"]
-        enabled: popup.opened && stack.depth === 1 && stack.currentItem && stack.currentItem.canSave
+        enabled: popup.opened && stack.depth === 1 && !!stack.currentItem && stack.currentItem.canSave === true
         onActivated: popup.finish(true)
     }
 

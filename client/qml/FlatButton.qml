@@ -28,5 +28,8 @@ Button {
     background: Rectangle {
         radius: 8
         color: button.down ? Theme.border : (button.hovered ? Theme.surfaceAlt : "transparent")
+        // Where the keyboard is (Tab): an outline in the button's colour.
+        border.width: button.visualFocus ? 2 : 0
+        border.color: button.tint
     }
 }

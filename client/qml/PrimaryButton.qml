@@ -25,5 +25,15 @@ Button {
         radius: 8
         color: !button.enabled ? Theme.accentDisabled
                                 : (button.down ? Theme.accentDown : (button.hovered ? Theme.accentHover : Theme.accent))
+        // Where the keyboard is (Tab): a ring around the filled button.
+        Rectangle {
+            anchors.fill: parent
+            anchors.margins: -3
+            radius: 11
+            color: "transparent"
+            border.width: 2
+            border.color: Theme.accent
+            visible: button.visualFocus
+        }
     }
 }

@@ -93,39 +93,58 @@ Item {
             }
         }
 
-        // Counts and the overdue badge.
-        RowLayout {
+        // Counts and the overdue badge on the left, the drag hint on the
+        // right. Deliberate: positioned by anchors, not a RowLayout (Qt
+        // 6.4's layouts kept the counts' stale width when their text grew,
+        // and the hint was drawn over them).
+        Item {
             Layout.fillWidth: true
-            spacing: 8
+            implicitHeight: counts.implicitHeight
 
-            Label {
-                objectName: "countsLabel"
-                visible: !listPane.pane.searching
-                readonly property int hiddenOpen: listPane.pane.device.undo.revision >= 0
-                                                  ? listPane.pane.device.undo.hiddenCount(false) : 0
-                readonly property int hiddenCompleted: listPane.pane.device.undo.revision >= 0
-                                                       ? listPane.pane.device.undo.hiddenCount(true) : 0
-                text: qsTrId("desk_count_open", listPane.mainModel.count - listPane.mainModel.completedCount - hiddenOpen)
-                      + "  ·  " + qsTrId("desk_count_completed", listPane.mainModel.completedCount - hiddenCompleted)
-                color: Theme.subtle
-                font.pixelSize: Theme.fontBase
+            Row {
+                id: counts
+                anchors.left: parent.left
+                anchors.verticalCenter: parent.verticalCenter
+                spacing: 8
+
+                Label {
+                    objectName: "countsLabel"
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: !listPane.pane.searching
+                    readonly property int hiddenOpen: listPane.pane.device.undo.revision >= 0
+                                                      ? listPane.pane.device.undo.hiddenCount(false) : 0
+                    readonly property int hiddenCompleted: listPane.pane.device.undo.revision >= 0
+                                                           ? listPane.pane.device.undo.hiddenCount(true) : 0
+                    text: qsTrId("desk_count_open", listPane.mainModel.count - listPane.mainModel.completedCount - hiddenOpen)
+                          + "  ·  " + qsTrId("desk_count_completed", listPane.mainModel.completedCount - hiddenCompleted)
+                    color: Theme.subtle
+                    font.pixelSize: Theme.fontBase
+                }
+                Label {
+                    objectName: "resultsLabel"
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: listPane.pane.searching
+                    text: qsTrId("desk_search_results", listPane.handler.searchModel.count)
+                    color: Theme.subtle
+                    font.pixelSize: Theme.fontBase
+                }
+                Pill {
+                    objectName: "overdueBadge"
+                    anchors.verticalCenter: parent.verticalCenter
+                    visible: listPane.handler.uncompleteOverdueCount > 0
+                    text: qsTrId("desk_overdue_badge", listPane.handler.uncompleteOverdueCount)
+                    color: Theme.dangerSoft
+                    textColor: Theme.danger
+                }
             }
             Label {
-                objectName: "resultsLabel"
-                visible: listPane.pane.searching
-                text: qsTrId("desk_search_results", listPane.handler.searchModel.count)
-                color: Theme.subtle
-                font.pixelSize: Theme.fontBase
-            }
-            Pill {
-                objectName: "overdueBadge"
-                visible: listPane.handler.uncompleteOverdueCount > 0
-                text: qsTrId("desk_overdue_badge", listPane.handler.uncompleteOverdueCount)
-                color: Theme.dangerSoft
-                textColor: Theme.danger
-            }
-            Item { Layout.fillWidth: true }
-            Label {
+                objectName: "dragHint"
+                anchors.right: parent.right
+                anchors.verticalCenter: parent.verticalCenter
+                // What is left beside the counts; elided when it does not fit.
+                width: Math.min(implicitWidth, Math.max(0, parent.width - counts.width - 16))
+                horizontalAlignment: Text.AlignRight
+                elide: Text.ElideRight
                 visible: !listPane.pane.searching && !listPane.pane.selecting && listPane.mainModel.count > 1
                 text: qsTrId("desk_drag_hint")
                 color: Theme.faint
@@ -156,6 +175,8 @@ Item {
             background: Rectangle {
                 radius: 8
                 color: completedToggle.hovered ? Theme.border : Theme.surfaceAlt
+                border.width: completedToggle.visualFocus ? 2 : 0
+                border.color: Theme.accent
             }
             onClicked: listPane.mainModel.expand = !listPane.mainModel.expand
             contentItem: RowLayout {
@@ -194,7 +215,11 @@ Item {
             // The gap between rows is each row's own (a hidden row has
             // none, so it leaves no gap either).
             spacing: 0
-            model: listPane.pane.shownModel
+            // Deliberate: the list is given to the view once the device's
+            // reminders are in. Loading announces its rows loosely (all of
+            // them, even completed ones that are not shown), which a view
+            // that is already attached takes for rows that do not exist.
+            model: listPane.pane.device.loaded ? listPane.pane.shownModel : null
             bottomMargin: 16
             boundsBehavior: Flickable.StopAtBounds
             ScrollBar.vertical: ScrollBar {}

@@ -50,10 +50,11 @@ Item {
                                         && pane.handler.selected(remindId)
 
     objectName: "reminderRow_" + remindId
-    visible: !hidden
-    // The row's card and, below it, the gap to the next row.
+    // The row's card and, below it, the gap to the next row. A hidden
+    // row keeps the "Open" heading it may carry.
     readonly property int gap: 8
-    height: hidden ? 0 : card.height + (showOpenHeading ? heading.height : 0) + gap
+    visible: !hidden || showOpenHeading
+    height: (showOpenHeading ? heading.height : 0) + (hidden ? 0 : card.height + gap)
 
     // Completes (after the Undo toast) or reopens at once.
     function toggleCompleted() {
@@ -81,6 +82,7 @@ Item {
 
     Rectangle {
         id: card
+        visible: !row.hidden
         y: row.showOpenHeading ? heading.height : 0
         width: row.width
         height: Math.max(64, content.implicitHeight + 24)

@@ -313,46 +313,68 @@ QList<ReminderInfo> ReminderStorage::infosWithTimestamp(qint64 timestamp)
     return readInfos(m_connection, stmt.get(), "infosWithTimestamp");
 }
 
-QList<ReminderInfo> ReminderStorage::infosWithKeyword(const QString& keyword, int limit)
+sqlite3_stmt* ReminderStorage::keywordQuery(const QString& keyword, int limit, bool idsOnly, const char* what)
 {
     // SQLite reads a negative limit as "no limit".
     const qint64 sqlLimit = limit > 0 ? limit : -1;
+    if (keyword.isEmpty()) {
+        sqlite3_stmt* stmt = m_connection->statement(idsOnly ? sql::kIdsLimited : sql::kInfosLimited);
+        if (stmt && !bindInt64(stmt, 1, sqlLimit)) {
+            m_connection->logError(what);
+            return nullptr;
+        }
+        return stmt;
+    }
+    const QString needle = searchableForm(keyword);
+    if (indexable(needle)) {
+        sqlite3_stmt* stmt =
+            m_connection->statement(idsOnly ? sql::kIdsWithKeywordIndexed : sql::kInfosWithKeywordIndexed);
+        if (stmt
+            && (!bindText(stmt, 1, ftsStringLiteral(needle)) || !bindText(stmt, 2, needle)
+                || !bindInt64(stmt, 3, sqlLimit))) {
+            m_connection->logError(what);
+            return nullptr;
+        }
+        return stmt;
+    }
+    sqlite3_stmt* stmt = m_connection->statement(idsOnly ? sql::kIdsWithKeywordScan : sql::kInfosWithKeywordScan);
+    if (stmt && (!bindText(stmt, 1, needle) || !bindInt64(stmt, 2, sqlLimit))) {
+        m_connection->logError(what);
+        return nullptr;
+    }
+    return stmt;
+}
 
+QList<ReminderInfo> ReminderStorage::infosWithKeyword(const QString& keyword, int limit)
+{
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "infosWithKeyword"))
         return {};
-    if (keyword.isEmpty()) {
-        StatementScope stmt(m_connection->statement(sql::kInfosLimited));
-        if (!stmt)
-            return {};
-        if (!bindInt64(stmt.get(), 1, sqlLimit)) {
-            m_connection->logError("infosWithKeyword (bind)");
-            return {};
-        }
-        return readInfos(m_connection, stmt.get(), "infosWithKeyword");
-    }
-
-    const QString needle = searchableForm(keyword);
-    if (indexable(needle)) {
-        StatementScope stmt(m_connection->statement(sql::kInfosWithKeywordIndexed));
-        if (!stmt)
-            return {};
-        if (!bindText(stmt.get(), 1, ftsStringLiteral(needle)) || !bindText(stmt.get(), 2, needle)
-            || !bindInt64(stmt.get(), 3, sqlLimit)) {
-            m_connection->logError("infosWithKeyword (bind)");
-            return {};
-        }
-        return readInfos(m_connection, stmt.get(), "infosWithKeyword");
-    }
-
-    StatementScope stmt(m_connection->statement(sql::kInfosWithKeywordScan));
+    StatementScope stmt(keywordQuery(keyword, limit, false, "infosWithKeyword (bind)"));
     if (!stmt)
         return {};
-    if (!bindText(stmt.get(), 1, needle) || !bindInt64(stmt.get(), 2, sqlLimit)) {
-        m_connection->logError("infosWithKeyword (bind)");
+    return readInfos(m_connection, stmt.get(), "infosWithKeyword");
+}
+
+QStringList ReminderStorage::idsWithKeyword(const QString& keyword, int limit)
+{
+    SyncLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "idsWithKeyword"))
+        return {};
+    StatementScope stmt(keywordQuery(keyword, limit, true, "idsWithKeyword (bind)"));
+    if (!stmt)
+        return {};
+    QStringList ids;
+    int rc;
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
+        ids.append(QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0)),
+                                     sqlite3_column_bytes(stmt.get(), 0)));
+    }
+    if (rc != SQLITE_DONE) {
+        m_connection->logError("idsWithKeyword");
         return {};
     }
-    return readInfos(m_connection, stmt.get(), "infosWithKeyword");
+    return ids;
 }
 
 ReminderInfo ReminderStorage::info(const QString& remindId, bool* found)

@@ -3,8 +3,11 @@
 #include "reminderinfo.h"
 
 #include <QList>
+#include <QStringList>
 #include <QSet>
 #include <QString>
+
+struct sqlite3_stmt;
 
 namespace storage {
 
@@ -48,11 +51,18 @@ public:
     // the text or the keyword, counts as U+FFFD: SQLite cannot compare text
     // past a NUL, so the stored copy of the text holds U+FFFD instead.
     QList<ReminderInfo> infosWithKeyword(const QString& keyword, int limit = 0);
+    // The ids of those records, in the same order: what a search needs,
+    // without reading whole records.
+    QStringList idsWithKeyword(const QString& keyword, int limit = 0);
     // A single record; `found` tells whether it exists.
     ReminderInfo info(const QString& remindId, bool* found = nullptr);
     int count();
 
 private:
+    // Prepares and binds the keyword query (whole records or ids); null on
+    // failure. The caller holds the connection's lock.
+    sqlite3_stmt* keywordQuery(const QString& keyword, int limit, bool idsOnly, const char* what);
+
     Connection* m_connection;
 };
 

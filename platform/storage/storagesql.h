@@ -102,28 +102,38 @@ constexpr const char kInfosWithTimestamp[] =
     "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder WHERE remind_time = ?1"
     " ORDER BY order_time DESC, id";
 
-// Every record, newest order time first; ?1 is the limit (-1: none).
-constexpr const char kInfosLimited[] =
-    "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder ORDER BY order_time DESC, id LIMIT ?1";
+// The keyword queries, each for whole records and for ids alone (a search
+// needs only the ids: the list holds the items). The order is the list's,
+// newest order time first.
+#define STORAGE_ORDER " ORDER BY order_time DESC, id"
+
+// Every record; ?1 is the limit (-1: none).
+#define STORAGE_ALL " FROM reminder" STORAGE_ORDER " LIMIT ?1"
+constexpr const char kInfosLimited[] = "SELECT " STORAGE_REMINDER_COLUMNS STORAGE_ALL;
+constexpr const char kIdsLimited[] = "SELECT id" STORAGE_ALL;
 
 // Keywords of three or more characters: the trigram index narrows the rows
 // (?1 is the keyword as an FTS5 string literal), and the contains function
 // (?2 the plain keyword) keeps exactly the rows that hold the keyword.
-constexpr const char kInfosWithKeywordIndexed[] =
-    "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder"
-    " WHERE rowid IN (SELECT rowid FROM reminder_fts WHERE reminder_fts MATCH ?1)"
-    " AND storage_contains(text, ?2)"
-    " ORDER BY order_time DESC, id LIMIT ?3";
+#define STORAGE_INDEXED \
+    " FROM reminder" \
+    " WHERE rowid IN (SELECT rowid FROM reminder_fts WHERE reminder_fts MATCH ?1)" \
+    " AND storage_contains(text, ?2)" STORAGE_ORDER " LIMIT ?3"
+constexpr const char kInfosWithKeywordIndexed[] = "SELECT " STORAGE_REMINDER_COLUMNS STORAGE_INDEXED;
+constexpr const char kIdsWithKeywordIndexed[] = "SELECT id" STORAGE_INDEXED;
 
 // Keywords of one or two characters are too short for trigrams, and the
 // index's case folding does not know every pair Qt's does (keywords with a
 // cased letter outside ASCII): every row is tested with the contains
 // function.
-constexpr const char kInfosWithKeywordScan[] =
-    "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder"
-    " WHERE storage_contains(text, ?1)"
-    " ORDER BY order_time DESC, id LIMIT ?2";
+#define STORAGE_SCAN " FROM reminder WHERE storage_contains(text, ?1)" STORAGE_ORDER " LIMIT ?2"
+constexpr const char kInfosWithKeywordScan[] = "SELECT " STORAGE_REMINDER_COLUMNS STORAGE_SCAN;
+constexpr const char kIdsWithKeywordScan[] = "SELECT id" STORAGE_SCAN;
 
+#undef STORAGE_SCAN
+#undef STORAGE_INDEXED
+#undef STORAGE_ALL
+#undef STORAGE_ORDER
 #undef STORAGE_REMINDER_COLUMNS
 
 constexpr const char kCount[] = "SELECT count(*) FROM reminder";

@@ -120,6 +120,14 @@ public:
         return QDir().mkpath(path) ? path : QString();
     }
     Q_INVOKABLE bool removeFile(const QString& path) { return QFile::remove(path); }
+    // Device 1 signs out and in again: its reminders load anew from the
+    // store while the interface stays up (as at a start with stored data).
+    Q_INVOKABLE void reload()
+    {
+        DeviceSession* session = backend->device(0)->session();
+        session->signOut();
+        session->signIn();
+    }
     // Uploads wait at the file service until let go.
     Q_INVOKABLE void holdUploads(bool hold) { backend->fileService()->holdUploads(hold); }
     // A draft file in device 1's drafts folder, as a run that ended with

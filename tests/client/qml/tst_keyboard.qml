@@ -79,5 +79,20 @@ Item {
             click(inEditor("cancelButton"))
             waitEditorClosed()
         }
+
+        function test_tabShowsWhereTheKeyboardIs() {
+            const field = named("quickAddField")
+            field.forceActiveFocus()
+            // Add is disabled with an empty field: Tab goes on to New.
+            keyClick(Qt.Key_Tab)
+            const newButton = named("newButton")
+            tryVerify(() => newButton.activeFocus)
+            verify(newButton.visualFocus)
+            // Its ring shows.
+            verify(newButton.background.children[0].visible)
+            keyClick(Qt.Key_Tab, Qt.ShiftModifier)
+            tryVerify(() => field.activeFocus)
+            verify(!newButton.background.children[0].visible)
+        }
     }
 }
