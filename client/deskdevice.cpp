@@ -61,7 +61,26 @@ DeskDevice::DeskDevice(DeviceSession* session, int number, const QString& direct
         bumpTick();
         emit sampleMessagesChanged();
     });
-    connect(m_session, &DeviceSession::loadedChanged, this, &DeskDevice::loadedChanged);
+    connect(m_session, &DeviceSession::loadedChanged, this, [this] {
+        if (loaded())
+            resolveQuoteSenders({});
+        emit loadedChanged();
+    });
+    // Deliberate: a quote goes out with its sender only once the sender is
+    // resolved, and is stored the same way; the host resolves every quote
+    // as it comes in (loaded, listed from the server, made here), so that
+    // a later save or send does not drop the sender.
+    ReminderModel* model = m_handler->reminderModel();
+    connect(model, &QAbstractItemModel::rowsInserted, this, [this, model](const QModelIndex&, int first, int last) {
+        QStringList ids;
+        for (int row = first; row <= last; ++row) {
+            const ReminderItemPtr item =
+                model->data(model->index(row, 0), ReminderModel::ReminderDataRole).value<ReminderItemPtr>();
+            if (item)
+                ids.append(item->remindId());
+        }
+        resolveQuoteSenders(ids);
+    });
     connect(m_session, &DeviceSession::listFinished, this, [this] {
         if (m_listing) {
             m_listing = false;
@@ -237,6 +256,20 @@ void DeskDevice::answerDone(const QString& remindId)
     dismissBanner(remindId);
     m_handler->completedReminder(remindId, true);
     bumpTick();
+}
+
+void DeskDevice::resolveQuoteSenders(const QStringList& remindIds)
+{
+    ReminderModel* model = m_handler->reminderModel();
+    QStringList ids = remindIds;
+    if (ids.isEmpty())
+        model->allIds(ids);
+    for (const QString& id : std::as_const(ids)) {
+        const ReminderItemPtr item = model->itemById(id);
+        // Only a sender that is known by its id: 0 says nobody.
+        if (item && item->quoteMsgItem() && item->quoteMsgItem()->senderId() > 0)
+            item->resolveQuoteSender(account());
+    }
 }
 
 void DeskDevice::loadSnoozed()

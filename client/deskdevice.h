@@ -7,6 +7,7 @@
 #include <QHash>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QTimer>
 #include <QUrl>
 #include <QVariantList>
@@ -199,6 +200,9 @@ private:
     // row still says "Snoozed until" after a restart.
     void loadSnoozed();
     void saveSnoozed();
+    // Gives the quotes of those reminders (all, for an empty list) their
+    // sender from the account's dialogs.
+    void resolveQuoteSenders(const QStringList& remindIds);
 
     // Reminders the user snoozed from a banner here: the remind time each
     // was given (a one-off one keeps no snooze state in the module, and a

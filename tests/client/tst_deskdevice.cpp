@@ -3,6 +3,7 @@
 #include "deskfixture.h"
 
 #include "deskedit.h"
+#include "relativemessage.h"
 #include "reminderpattern.h"
 
 #include <QTest>
@@ -17,6 +18,7 @@ private slots:
 
     void aSnoozeIsStillShownAfterARestart();
     void aSnoozeEndsWhenTheTimeIsChanged();
+    void aQuoteKeepsItsSenderThroughRestartsAndSaves();
 
 private:
     // A one-off reminder an hour from now, fired: the clock passes its time.
@@ -82,6 +84,31 @@ void DeskDeviceTest::aSnoozeEndsWhenTheTimeIsChanged()
     device = m_fx.device();
     item = device->handler()->reminderModel()->itemById(id);
     QCOMPARE(device->snoozedUntil(item.data()), 0);
+}
+
+void DeskDeviceTest::aQuoteKeepsItsSenderThroughRestartsAndSaves()
+{
+    DeskDevice* device = m_fx.device();
+    // "Remind me about this" on the file message of the sample chat.
+    device->edit()->startQuote(1);
+    const QString sender = device->quoteSender(device->handler()->quoteMsgItem());
+    QVERIFY(!sender.isEmpty());
+    QVERIFY(sender != qtTrId("desk_unknown_sender"));
+    const QString id = device->edit()->save();
+    QVERIFY(!id.isEmpty());
+    DeskFixture::settle();
+
+    for (int round = 0; round < 2; ++round) {
+        m_fx.stop();
+        QVERIFY(m_fx.start());
+        device = m_fx.device();
+        const ReminderItemPtr item = device->handler()->reminderModel()->itemById(id);
+        QVERIFY(item);
+        QCOMPARE(device->quoteSender(item->quoteMsgItem()), sender);
+        // Changed and so stored and sent again: the sender goes with it.
+        device->handler()->modifyRemindTime(id, m_fx.now + (round + 1) * 3600 * 1000);
+        DeskFixture::settle();
+    }
 }
 
 QTEST_MAIN(DeskDeviceTest)
