@@ -85,6 +85,8 @@ DeskDevice::DeskDevice(DeviceSession* session, int number, const QString& direct
         if (m_listing) {
             m_listing = false;
             emit listingChanged();
+            // "Sync now" says that it is done, however quick it was.
+            showToast(qtTrId("desk_sync_done"));
         }
     });
     // The file manager reports from its worker: queued to this thread.

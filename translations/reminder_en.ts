@@ -1016,5 +1016,10 @@
         <extracomment>Text of the question before the editor of a new reminder closes.</extracomment>
         <translation>If you discard it, what you wrote is lost.</translation>
     </message>
+    <message id="desk_sync_done">
+        <source>Up to date with the server</source>
+        <extracomment>Toast: the listing asked for by Sync now has ended.</extracomment>
+        <translation>Up to date with the server</translation>
+    </message>
 </context>
 </TS>

@@ -1000,5 +1000,10 @@
         <extracomment>Text of the question before the editor of a new reminder closes.</extracomment>
         <translation>如果放弃，所写的内容将会丢失。</translation>
     </message>
+    <message id="desk_sync_done">
+        <source>Up to date with the server</source>
+        <extracomment>Toast: the listing asked for by Sync now has ended.</extracomment>
+        <translation>已与服务器同步</translation>
+    </message>
 </context>
 </TS>

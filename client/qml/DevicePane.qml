@@ -82,23 +82,29 @@ Item {
         }
     }
 
+    // Bottom right, above the toasts: over the chat rather than the list's
+    // own buttons at the top.
     BannerStack {
-        anchors.top: parent.top
+        anchors.bottom: parent.bottom
         anchors.right: parent.right
-        anchors.topMargin: header.height + 10
+        anchors.bottomMargin: 90
         anchors.rightMargin: 14
         pane: pane
     }
 
     // In the window's overlay, above every dialog and the editor: a toast
     // often speaks of what was just done in one of them.
+    // Toasts sit at the bottom; while the editor is open, at the top, so
+    // that they do not cover its Save and Cancel.
+    readonly property real toastBase: editor.opened || editor.visible ? 14 + undoToast.height + 10
+                                                                      : pane.height - 28
     Toast {
         id: toast
         parent: pane.Overlay.overlay
         z: 1000
         anchors.horizontalCenter: parent ? parent.horizontalCenter : undefined
-        anchors.bottom: parent ? parent.bottom : undefined
-        anchors.bottomMargin: undoToast.visible ? 28 + undoToast.height + 10 : 28
+        y: editor.opened || editor.visible ? (undoToast.visible ? pane.toastBase : 14)
+                                           : pane.toastBase - height - (undoToast.visible ? undoToast.height + 10 : 0)
     }
     UndoToast {
         id: undoToast
@@ -106,8 +112,7 @@ Item {
         z: 1000
         undo: pane.device.undo
         anchors.horizontalCenter: parent ? parent.horizontalCenter : undefined
-        anchors.bottom: parent ? parent.bottom : undefined
-        anchors.bottomMargin: 28
+        y: editor.opened || editor.visible ? 14 : pane.height - 28 - height
     }
 
     EditorPopup {

@@ -256,7 +256,8 @@ Item {
             }
             onActiveFocusChanged: if (activeFocus && currentIndex < 0 && count > 0) currentIndex = 0
             delegate: ReminderRow {
-                width: ListView.view.width
+                // A gutter on the right for the scroll bar.
+                width: ListView.view.width - 12
                 pane: listPane.pane
             }
             moveDisplaced: Transition {
