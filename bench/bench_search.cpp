@@ -307,20 +307,6 @@ void benchStore(int n, const QStringList& keywords)
                 f.ftsMs = std::min(f.ftsMs, ftsMs);
             }
             f.searchMs = std::min(f.searchMs, searchRun(handler, keyword, expected));
-            if (n == 100000) {
-                QElapsedTimer t; t.start();
-                const QStringList idsOnly = account->storage()->reminderStorage()->idsWithKeyword(keyword);
-                const double idsMs = t.nsecsElapsed() / 1e6;
-                t.restart();
-                int found = 0;
-                for (const QString& id : idsOnly) found += handler->reminderModel()->itemById(id) ? 1 : 0;
-                const double lookMs = t.nsecsElapsed() / 1e6;
-                t.restart();
-                ReminderModel scratch(account.get());
-                for (const QString& id : idsOnly) scratch.insert(handler->reminderModel()->itemById(id));
-                const double insMs = t.nsecsElapsed() / 1e6;
-                std::printf("# EXP ids %.2f ms (%d), lookups %.2f ms, inserts %.2f ms\n", idsMs, found, lookMs, insMs);
-            }
         }
         f.results = int(expected.size());
         const int len = int(keyword.size());
