@@ -4,6 +4,7 @@
 #include "synclocker.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
 #include <QSemaphore>
 #include <QThread>
 
@@ -26,11 +27,20 @@ void flushWorkerAtExit()
 
 ThreadManager::ThreadManager()
 {
-    m_thread = new QThread;
-    m_thread->setObjectName(QStringLiteral("storage-worker"));
-    m_context = new QObject;
-    m_context->moveToThread(m_thread);
-    m_thread->start();
+    // The worker makes its context and its event loop itself, so that both
+    // belong to it; the constructor returns once they are there.
+    QSemaphore started;
+    m_worker = std::thread([this, &started] {
+        QThread::currentThread()->setObjectName(QStringLiteral("storage-worker"));
+        QEventLoop loop;
+        m_thread = QThread::currentThread();
+        m_context = new QObject;
+        CrossThread::release(this);
+        started.release();
+        loop.exec();
+    });
+    started.acquire();
+    CrossThread::acquire(this);
     if (QCoreApplication::instance())
         qAddPostRoutine(flushWorkerAtExit);
 }
@@ -48,14 +58,17 @@ ThreadManager::~ThreadManager()
     } else {
         // Without an application object queued events are no longer
         // delivered (the static instance ends after main() has returned), so
-        // a queued quit would never arrive: stop the worker directly.
+        // a queued quit would never arrive: stop the worker's loop directly
+        // (QThread::quit is safe from any thread).
         thread->quit();
     }
-    m_thread->wait();
+    // Joined: the thread has ended completely, its exit work included.
+    m_worker.join();
     CrossThread::acquire(thread);
-    // The worker has stopped, so its context can go from this thread.
+    // The worker has stopped, so its context can go from this thread (the
+    // last hold on Qt's data of that thread).
     delete m_context;
-    delete m_thread;
+    m_thread = nullptr;
 }
 
 void ThreadManager::invoke(std::function<void()>&& task, bool onMainThread)

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <functional>
 #include <memory>
+#include <thread>
 
 class QThread;
 
@@ -33,7 +34,12 @@ public:
 private:
     ThreadManager();
 
-    QThread* m_thread = nullptr;
+    // Deliberate: the worker is a joined std::thread running a Qt event
+    // loop (Qt adopts it), not a QThread: QThread::wait() returns before
+    // the thread's own exit work is done, and at the end of the program
+    // that work (freeing Qt's data of the thread) could be cut off.
+    std::thread m_worker;
+    QThread* m_thread = nullptr; // Qt's view of the worker, while it runs
     QObject* m_context = nullptr;
     mutable QMutex m_mutex;
     quint64 m_tasks = 0;

@@ -194,7 +194,17 @@ bool SqliteFile::createSchema(QString* reason, int* code)
 
     if (!execRaw(m_db, "BEGIN IMMEDIATE", reason, code))
         return false;
-    bool ok = !m_schema.create || execRaw(m_db, m_schema.create, reason, code);
+    bool ok = true;
+    if (m_schema.upgrade && version < m_schema.version) {
+        ok = m_schema.upgrade(m_db, version, reason);
+        if (!ok) {
+            *reason = QStringLiteral("upgrading from version %1: %2").arg(version).arg(*reason);
+            // What SQLite said: a full disk or a busy file is not taken
+            // for a damaged one.
+            *code = sqlite3_errcode(m_db) != SQLITE_OK ? sqlite3_errcode(m_db) : SQLITE_ERROR;
+        }
+    }
+    ok = ok && (!m_schema.create || execRaw(m_db, m_schema.create, reason, code));
     if (ok && version < m_schema.version) {
         // A pragma takes no parameters; the value is the owner's constant.
         const QByteArray setVersion =

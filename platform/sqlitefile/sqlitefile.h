@@ -27,6 +27,11 @@ struct SqliteSchema
     QList<Table> tables;
     // Written to user_version when the file's is lower; 0: not versioned.
     int version = 0;
+    // Runs in the schema's transaction, before `create`, when the file's
+    // user_version is lower than `version` (0 for a new file too): brings
+    // an older file's objects to this version. False (with a reason) rolls
+    // the transaction back and the file is not used.
+    std::function<bool(sqlite3*, int fromVersion, QString* reason)> upgrade;
     // Runs on a fresh handle once the file has proven to be a database
     // (registering SQL functions, say); returns an SQLite result code.
     std::function<int(sqlite3*)> prepareHandle;

@@ -2,6 +2,7 @@
 
 #include "connection.h"
 #include "sqliteutil_p.h"
+#include "searchfold_p.h"
 #include "storagesql.h"
 
 #include "synclocker.h"
@@ -72,36 +73,6 @@ QString ftsStringLiteral(const QString& keyword)
 
 // Trigrams need three characters; shorter keywords are matched by a scan.
 constexpr qsizetype kIndexedKeywordLength = 3;
-
-// Whether the trigram index finds every record the contains function
-// accepts. FTS5 folds case with SQLite's own tables, which know fewer case
-// pairs than Qt (Cherokee, Georgian, Adlam or Osage letters, among others),
-// so a keyword holding a letter with case outside ASCII is matched by the
-// scan, which folds as Qt does. Letters without case (CJK, say), digits,
-// marks, symbols and ASCII use the index.
-bool indexable(const QString& keyword)
-{
-    const QList<uint> characters = keyword.toUcs4();
-    if (characters.size() < kIndexedKeywordLength)
-        return false;
-    for (const uint c : characters) {
-        if (c < 0x80)
-            continue;
-        const char32_t u = c;
-        if (QChar::toCaseFolded(u) != u || QChar::toLower(u) != u || QChar::toUpper(u) != u
-            || QChar::toTitleCase(u) != u)
-            return false;
-        switch (QChar::category(u)) {
-        case QChar::Letter_Uppercase:
-        case QChar::Letter_Lowercase:
-        case QChar::Letter_Titlecase:
-            return false;
-        default:
-            break;
-        }
-    }
-    return true;
-}
 
 // SQLite stops reading a text at a NUL character (FTS5 indexes and matches
 // only what comes before it), so the searchable text is stored, and the
@@ -325,20 +296,14 @@ sqlite3_stmt* ReminderStorage::keywordQuery(const QString& keyword, int limit, b
         }
         return stmt;
     }
-    const QString needle = searchableForm(keyword);
-    if (indexable(needle)) {
-        sqlite3_stmt* stmt =
-            m_connection->statement(idsOnly ? sql::kIdsWithKeywordIndexed : sql::kInfosWithKeywordIndexed);
-        if (stmt
-            && (!bindText(stmt, 1, ftsStringLiteral(needle)) || !bindText(stmt, 2, needle)
-                || !bindInt64(stmt, 3, sqlLimit))) {
-            m_connection->logError(what);
-            return nullptr;
-        }
-        return stmt;
-    }
-    sqlite3_stmt* stmt = m_connection->statement(idsOnly ? sql::kIdsWithKeywordScan : sql::kInfosWithKeywordScan);
-    if (stmt && (!bindText(stmt, 1, needle) || !bindInt64(stmt, 2, sqlLimit))) {
+    // Folded as the stored texts are: containment is then exact.
+    const QString needle = foldedForSearch(keyword);
+    const bool indexed = needle.toUcs4().size() >= kIndexedKeywordLength;
+    const char* query = indexed ? (idsOnly ? sql::kIdsWithKeywordIndexed : sql::kInfosWithKeywordIndexed)
+                                : (idsOnly ? sql::kIdsWithKeywordScan : sql::kInfosWithKeywordScan);
+    sqlite3_stmt* stmt = m_connection->statement(query);
+    if (stmt
+        && (!bindText(stmt, 1, indexed ? ftsStringLiteral(needle) : needle) || !bindInt64(stmt, 2, sqlLimit))) {
         m_connection->logError(what);
         return nullptr;
     }

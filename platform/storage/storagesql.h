@@ -7,12 +7,15 @@
 namespace storage::sql {
 
 // Bumped whenever the schema below changes shape.
-constexpr int kSchemaVersion = 2;
+constexpr int kSchemaVersion = 3;
 
 // Name of the SQL function registered on every connection:
-// storage_contains(haystack, needle) is 1 when `haystack` contains
-// `needle`, compared case-insensitively as plain text.
-constexpr const char kContainsFunction[] = "storage_contains";
+// storage_fold(text) is the text as the search compares it: each NUL
+// written as U+FFFD (SQLite stops at a NUL), then case-folded as Qt folds
+// (QString::toCaseFolded). A keyword folded the same way is contained in
+// the folded text exactly when QString::contains(keyword,
+// Qt::CaseInsensitive) says so of the two originals.
+constexpr const char kFoldFunction[] = "storage_fold";
 
 constexpr const char kCreateSchema[] =
     "CREATE TABLE IF NOT EXISTS reminder("
@@ -29,17 +32,41 @@ constexpr const char kCreateSchema[] =
     "CREATE INDEX IF NOT EXISTS reminder_pending ON reminder(remind_time)"
     " WHERE reminded = 0 AND completed = 0;"
     "CREATE INDEX IF NOT EXISTS reminder_order_time ON reminder(order_time DESC, id);"
+    // The search side: per record its id, order time and folded text, small
+    // rows apart from the records' data, kept by the triggers below; and a
+    // case-sensitive trigram index over the folded text. A keyword of
+    // three or more characters is looked up in the index, a shorter one
+    // by a scan of the folded texts: both exact, with no second check.
+    // The index follows a record's text, and the order time its order
+    // time, only when they change.
+    "CREATE TABLE IF NOT EXISTS reminder_search("
+    " rowid INTEGER PRIMARY KEY, id TEXT NOT NULL, order_time INTEGER NOT NULL, folded TEXT NOT NULL);"
     "CREATE VIRTUAL TABLE IF NOT EXISTS reminder_fts USING fts5("
-    " text, content='reminder', content_rowid='rowid', tokenize='trigram');"
-    "CREATE TRIGGER IF NOT EXISTS reminder_fts_insert AFTER INSERT ON reminder BEGIN"
-    " INSERT INTO reminder_fts(rowid, text) VALUES (new.rowid, new.text);"
+    " folded, content='reminder_search', content_rowid='rowid', tokenize='trigram case_sensitive 1');"
+    "CREATE TRIGGER IF NOT EXISTS reminder_search_insert AFTER INSERT ON reminder BEGIN"
+    " INSERT INTO reminder_search(rowid, id, order_time, folded)"
+    " VALUES (new.rowid, new.id, new.order_time, storage_fold(new.text));"
     " END;"
-    "CREATE TRIGGER IF NOT EXISTS reminder_fts_delete AFTER DELETE ON reminder BEGIN"
-    " INSERT INTO reminder_fts(reminder_fts, rowid, text) VALUES ('delete', old.rowid, old.text);"
+    "CREATE TRIGGER IF NOT EXISTS reminder_search_delete AFTER DELETE ON reminder BEGIN"
+    " DELETE FROM reminder_search WHERE rowid = old.rowid;"
     " END;"
-    "CREATE TRIGGER IF NOT EXISTS reminder_fts_update AFTER UPDATE OF text ON reminder BEGIN"
-    " INSERT INTO reminder_fts(reminder_fts, rowid, text) VALUES ('delete', old.rowid, old.text);"
-    " INSERT INTO reminder_fts(rowid, text) VALUES (new.rowid, new.text);"
+    "CREATE TRIGGER IF NOT EXISTS reminder_search_text AFTER UPDATE OF text ON reminder"
+    " WHEN old.text IS NOT new.text BEGIN"
+    " UPDATE reminder_search SET folded = storage_fold(new.text) WHERE rowid = new.rowid;"
+    " END;"
+    "CREATE TRIGGER IF NOT EXISTS reminder_search_order AFTER UPDATE OF order_time ON reminder"
+    " WHEN old.order_time IS NOT new.order_time BEGIN"
+    " UPDATE reminder_search SET order_time = new.order_time WHERE rowid = new.rowid;"
+    " END;"
+    "CREATE TRIGGER IF NOT EXISTS reminder_fts_insert AFTER INSERT ON reminder_search BEGIN"
+    " INSERT INTO reminder_fts(rowid, folded) VALUES (new.rowid, new.folded);"
+    " END;"
+    "CREATE TRIGGER IF NOT EXISTS reminder_fts_delete AFTER DELETE ON reminder_search BEGIN"
+    " INSERT INTO reminder_fts(reminder_fts, rowid, folded) VALUES ('delete', old.rowid, old.folded);"
+    " END;"
+    "CREATE TRIGGER IF NOT EXISTS reminder_fts_update AFTER UPDATE OF folded ON reminder_search BEGIN"
+    " INSERT INTO reminder_fts(reminder_fts, rowid, folded) VALUES ('delete', old.rowid, old.folded);"
+    " INSERT INTO reminder_fts(rowid, folded) VALUES (new.rowid, new.folded);"
     " END;"
     // Every id ever removed: new ids must not take one again, since the
     // server keeps a deleted reminder's id as a tombstone.
@@ -54,6 +81,25 @@ constexpr const char kProbeReminder[] =
     "SELECT id, text, data, remind_time, order_time, reminded, completed, unread, extra"
     " FROM reminder LIMIT 0";
 constexpr const char kProbeRemoved[] = "SELECT id FROM reminder_removed LIMIT 0";
+constexpr const char kProbeSearch[] = "SELECT rowid, id, order_time, folded FROM reminder_search LIMIT 0";
+
+// From a file of an earlier version: the whole search side goes (the index
+// of the records' own text in version 2, and whatever of this version's
+// there is), the schema makes it anew, and it is filled from the records,
+// which fills the index.
+constexpr const char kUpgradeDrop[] =
+    "DROP TRIGGER IF EXISTS reminder_fts_insert;"
+    "DROP TRIGGER IF EXISTS reminder_fts_delete;"
+    "DROP TRIGGER IF EXISTS reminder_fts_update;"
+    "DROP TRIGGER IF EXISTS reminder_search_insert;"
+    "DROP TRIGGER IF EXISTS reminder_search_delete;"
+    "DROP TRIGGER IF EXISTS reminder_search_text;"
+    "DROP TRIGGER IF EXISTS reminder_search_order;"
+    "DROP TABLE IF EXISTS reminder_fts;"
+    "DROP TABLE IF EXISTS reminder_search;";
+constexpr const char kUpgradeFill[] =
+    "INSERT INTO reminder_search(rowid, id, order_time, folded)"
+    " SELECT rowid, id, order_time, storage_fold(text) FROM reminder;";
 constexpr const char kProbeCacheFile[] = "SELECT key, timestamp FROM cache_file LIMIT 0";
 
 // Column list shared by every query that returns whole records; the column
@@ -112,26 +158,27 @@ constexpr const char kInfosWithTimestamp[] =
 constexpr const char kInfosLimited[] = "SELECT " STORAGE_REMINDER_COLUMNS STORAGE_ALL;
 constexpr const char kIdsLimited[] = "SELECT id" STORAGE_ALL;
 
-// Keywords of three or more characters: the trigram index narrows the rows
-// (?1 is the keyword as an FTS5 string literal), and the contains function
-// (?2 the plain keyword) keeps exactly the rows that hold the keyword.
-#define STORAGE_INDEXED \
-    " FROM reminder" \
-    " WHERE rowid IN (SELECT rowid FROM reminder_fts WHERE reminder_fts MATCH ?1)" \
-    " AND storage_contains(text, ?2)" STORAGE_ORDER " LIMIT ?3"
-constexpr const char kInfosWithKeywordIndexed[] = "SELECT " STORAGE_REMINDER_COLUMNS STORAGE_INDEXED;
-constexpr const char kIdsWithKeywordIndexed[] = "SELECT id" STORAGE_INDEXED;
+// Keywords of three or more characters, folded (?1 as an FTS5 string
+// literal): the trigram index.
+#define STORAGE_INDEXED_IDS "SELECT rowid FROM reminder_fts WHERE reminder_fts MATCH ?1"
+constexpr const char kInfosWithKeywordIndexed[] =
+    "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder WHERE rowid IN (" STORAGE_INDEXED_IDS ")" STORAGE_ORDER
+    " LIMIT ?2";
+constexpr const char kIdsWithKeywordIndexed[] =
+    "SELECT s.id FROM reminder_fts f JOIN reminder_search s ON s.rowid = f.rowid"
+    " WHERE reminder_fts MATCH ?1 ORDER BY s.order_time DESC, s.id LIMIT ?2";
 
-// Keywords of one or two characters are too short for trigrams, and the
-// index's case folding does not know every pair Qt's does (keywords with a
-// cased letter outside ASCII): every row is tested with the contains
-// function.
-#define STORAGE_SCAN " FROM reminder WHERE storage_contains(text, ?1)" STORAGE_ORDER " LIMIT ?2"
-constexpr const char kInfosWithKeywordScan[] = "SELECT " STORAGE_REMINDER_COLUMNS STORAGE_SCAN;
-constexpr const char kIdsWithKeywordScan[] = "SELECT id" STORAGE_SCAN;
+// Keywords of one or two characters, folded (?1): too short for trigrams,
+// found by a scan of the folded texts.
+#define STORAGE_SCAN_IDS "SELECT rowid FROM reminder_search WHERE instr(folded, ?1) > 0"
+constexpr const char kInfosWithKeywordScan[] =
+    "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder WHERE rowid IN (" STORAGE_SCAN_IDS ")" STORAGE_ORDER
+    " LIMIT ?2";
+constexpr const char kIdsWithKeywordScan[] =
+    "SELECT id FROM reminder_search WHERE instr(folded, ?1) > 0 ORDER BY order_time DESC, id LIMIT ?2";
 
-#undef STORAGE_SCAN
-#undef STORAGE_INDEXED
+#undef STORAGE_SCAN_IDS
+#undef STORAGE_INDEXED_IDS
 #undef STORAGE_ALL
 #undef STORAGE_ORDER
 #undef STORAGE_REMINDER_COLUMNS

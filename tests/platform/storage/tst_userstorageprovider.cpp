@@ -94,6 +94,7 @@ private slots:
     void createsDirectoriesAndSchema();
     void healthyDatabaseIsReopenedInPlace();
     void databaseOfTheFirstVersionGainsTheRemovedIds();
+    void databaseOfVersionTwoGetsTheFoldedSearch();
     void accountsAreSeparate();
     void garbageFileIsMovedAside_data();
     void garbageFileIsMovedAside();
@@ -156,7 +157,9 @@ void TestUserStorageProvider::createsDirectoriesAndSchema()
                                      "trigger reminder_fts_delete", "trigger reminder_fts_insert",
                                      "trigger reminder_fts_update", "index reminder_order_time",
                                      "index reminder_pending", "index reminder_remind_time",
-                                     "table reminder_removed" }));
+                                     "table reminder_removed", "table reminder_search",
+                                     "trigger reminder_search_delete", "trigger reminder_search_insert",
+                                     "trigger reminder_search_order", "trigger reminder_search_text" }));
     QVERIFY(storagetest::storageLogLines().isEmpty());
 }
 
@@ -209,6 +212,58 @@ void TestUserStorageProvider::databaseOfTheFirstVersionGainsTheRemovedIds()
     RawDb raw(path);
     QCOMPARE(raw.rows(QStringLiteral("PRAGMA user_version")),
              QStringList { QString::number(storage::sql::kSchemaVersion) });
+    QVERIFY(storagetest::storageLogLines().isEmpty());
+}
+
+// A database of version 2, whose index covered the records' own text: the
+// reopen builds the search side from the records and keeps every record.
+void TestUserStorageProvider::databaseOfVersionTwoGetsTheFoldedSearch()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QList<ReminderInfo> infos = {
+        makeInfo(QStringLiteral("1_1"), QStringLiteral("Call the ΣΊΣΥΦΟΣ office"), 3, 40),
+        makeInfo(QStringLiteral("1_2"), QStringLiteral("water the plants"), 4, 30),
+    };
+    const QString path = UserStorageProvider::databasePath(dir.path(), 1);
+    {
+        UserStorageProvider provider(dir.path(), 1);
+        QVERIFY(provider.reminderStorage()->saveAll(infos));
+    }
+    {
+        // Version 2's search: a trigram index over the text column.
+        RawDb raw(path);
+        QVERIFY2(raw.exec(QStringLiteral(
+                     "DROP TRIGGER reminder_search_insert; DROP TRIGGER reminder_search_delete;"
+                     "DROP TRIGGER reminder_search_text; DROP TRIGGER reminder_search_order;"
+                     "DROP TABLE reminder_fts; DROP TABLE reminder_search;"
+                     "CREATE VIRTUAL TABLE reminder_fts USING fts5(text, content='reminder',"
+                     " content_rowid='rowid', tokenize='trigram');"
+                     "CREATE TRIGGER reminder_fts_insert AFTER INSERT ON reminder BEGIN"
+                     " INSERT INTO reminder_fts(rowid, text) VALUES (new.rowid, new.text); END;"
+                     "INSERT INTO reminder_fts(reminder_fts) VALUES ('rebuild');"
+                     "PRAGMA user_version=2")),
+                 qPrintable(raw.lastError()));
+    }
+
+    UserStorageProvider provider(dir.path(), 1);
+    QVERIFY(provider.isOpen());
+    QVERIFY(provider.movedAsidePath().isEmpty());
+    // Newest order time first.
+    QCOMPARE(provider.reminderStorage()->allInfos(), (QList<ReminderInfo> { infos.at(1), infos.at(0) }));
+    // Found through the new index (three characters and more) and the scan.
+    QCOMPARE(provider.reminderStorage()->idsWithKeyword(QStringLiteral("σίσυφος")), QStringList { "1_1" });
+    QCOMPARE(provider.reminderStorage()->idsWithKeyword(QStringLiteral("PLANT")), QStringList { "1_2" });
+    QCOMPARE(provider.reminderStorage()->idsWithKeyword(QStringLiteral("th")), (QStringList { "1_2", "1_1" }));
+    // New records are indexed too.
+    QVERIFY(provider.reminderStorage()->save(makeInfo(QStringLiteral("1_3"), QStringLiteral("Plant tulips"), 5, 50)));
+    QCOMPARE(provider.reminderStorage()->idsWithKeyword(QStringLiteral("plant")), (QStringList { "1_3", "1_2" }));
+    RawDb raw(path);
+    QCOMPARE(raw.rows(QStringLiteral("PRAGMA user_version")),
+             QStringList { QString::number(storage::sql::kSchemaVersion) });
+    QCOMPARE(raw.rows(QStringLiteral("SELECT count(*) FROM sqlite_schema WHERE sql LIKE '%new.text%'"
+                                     " AND name = 'reminder_fts_insert'")),
+             QStringList { "0" });
     QVERIFY(storagetest::storageLogLines().isEmpty());
 }
 
