@@ -59,11 +59,23 @@ Page {
             Repeater {
                 model: page.pattern.defaultRepeatModel
                 delegate: RadioDelegate {
+                    id: preset
                     required property var modelData
                     objectName: "preset_" + modelData.cmd
                     Layout.fillWidth: true
                     text: modelData.title
                     font.pixelSize: Theme.fontBase
+                    // A long preset ("Every month on the 4th Tuesday")
+                    // wraps instead of being cut off.
+                    contentItem: Label {
+                        objectName: "presetText"
+                        rightPadding: preset.indicator ? preset.indicator.width + preset.spacing : 0
+                        text: preset.text
+                        font: preset.font
+                        color: Theme.text
+                        wrapMode: Text.Wrap
+                        verticalAlignment: Text.AlignVCenter
+                    }
                     checked: page.pattern.repeatFlag === modelData.cmd
                     topPadding: 9
                     bottomPadding: 9

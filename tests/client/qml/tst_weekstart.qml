@@ -24,6 +24,13 @@ Item {
             click(inEditor("repeatButton"))
             tryVerify(() => findChild(editor.contentItem, "repeatPage") !== null)
             click(inEditor("preset_6"))
+            // Every preset shows whole, the long monthly one included.
+            for (let cmd = 0; cmd <= 6; ++cmd) {
+                const text = findChild(inEditor("preset_" + cmd), "presetText")
+                verify(text.text.length > 0)
+                verify(!text.truncated, "preset " + cmd + " is cut off: " + text.text)
+                verify(text.contentWidth <= text.width, "preset " + cmd + " runs over: " + text.text)
+            }
             const unitBox = inEditor("unitBox")
             unitBox.currentIndex = 1
             unitBox.activated(1)
