@@ -10,6 +10,9 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
+#include <vector>
+
 namespace storage {
 
 using detail::bindBlob;
@@ -299,8 +302,7 @@ sqlite3_stmt* ReminderStorage::keywordQuery(const QString& keyword, int limit, b
     // Folded as the stored texts are: containment is then exact.
     const QString needle = foldedForSearch(keyword);
     const bool indexed = needle.toUcs4().size() >= kIndexedKeywordLength;
-    const char* query = indexed ? (idsOnly ? sql::kIdsWithKeywordIndexed : sql::kInfosWithKeywordIndexed)
-                                : (idsOnly ? sql::kIdsWithKeywordScan : sql::kInfosWithKeywordScan);
+    const char* query = indexed ? sql::kInfosWithKeywordIndexed : sql::kInfosWithKeywordScan;
     sqlite3_stmt* stmt = m_connection->statement(query);
     if (stmt
         && (!bindText(stmt, 1, indexed ? ftsStringLiteral(needle) : needle) || !bindInt64(stmt, 2, sqlLimit))) {
@@ -326,14 +328,45 @@ QStringList ReminderStorage::idsWithKeyword(const QString& keyword, int limit)
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "idsWithKeyword"))
         return {};
-    StatementScope stmt(keywordQuery(keyword, limit, true, "idsWithKeyword (bind)"));
-    if (!stmt)
-        return {};
     QStringList ids;
-    int rc;
-    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
-        ids.append(QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0)),
-                                     sqlite3_column_bytes(stmt.get(), 0)));
+    int rc = SQLITE_DONE;
+    if (keyword.isEmpty()) {
+        StatementScope stmt(keywordQuery(keyword, limit, true, "idsWithKeyword (bind)"));
+        if (!stmt)
+            return {};
+        while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
+            ids.append(QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0)),
+                                         sqlite3_column_bytes(stmt.get(), 0)));
+    } else {
+        const QString needle = foldedForSearch(keyword);
+        const bool indexed = needle.toUcs4().size() >= kIndexedKeywordLength;
+        StatementScope stmt(m_connection->statement(indexed ? sql::kIdsWithKeywordIndexed : sql::kIdsWithKeywordScan));
+        if (!stmt)
+            return {};
+        if (!bindText(stmt.get(), 1, indexed ? ftsStringLiteral(needle) : needle)) {
+            m_connection->logError("idsWithKeyword (bind)");
+            return {};
+        }
+        // The list's order, as the records' queries give it: order time
+        // descending, then the id's bytes (SQLite's binary collation).
+        struct Match
+        {
+            qint64 orderTime;
+            QByteArray id;
+        };
+        std::vector<Match> matches;
+        while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
+            matches.push_back({sqlite3_column_int64(stmt.get(), 1),
+                               QByteArray(reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0)),
+                                          sqlite3_column_bytes(stmt.get(), 0))});
+        }
+        std::sort(matches.begin(), matches.end(), [](const Match& a, const Match& b) {
+            return a.orderTime != b.orderTime ? a.orderTime > b.orderTime : a.id < b.id;
+        });
+        const size_t count = limit > 0 ? std::min(matches.size(), size_t(limit)) : matches.size();
+        ids.reserve(qsizetype(count));
+        for (size_t i = 0; i < count; ++i)
+            ids.append(QString::fromUtf8(matches[i].id));
     }
     if (rc != SQLITE_DONE) {
         m_connection->logError("idsWithKeyword");

@@ -164,9 +164,11 @@ constexpr const char kIdsLimited[] = "SELECT id" STORAGE_ALL;
 constexpr const char kInfosWithKeywordIndexed[] =
     "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder WHERE rowid IN (" STORAGE_INDEXED_IDS ")" STORAGE_ORDER
     " LIMIT ?2";
+// The ids queries leave the order to the caller (a sort of the matches in
+// memory is cheaper than SQLite's sorter): id and order time of each match.
 constexpr const char kIdsWithKeywordIndexed[] =
-    "SELECT s.id FROM reminder_fts f JOIN reminder_search s ON s.rowid = f.rowid"
-    " WHERE reminder_fts MATCH ?1 ORDER BY s.order_time DESC, s.id LIMIT ?2";
+    "SELECT s.id, s.order_time FROM reminder_fts f JOIN reminder_search s ON s.rowid = f.rowid"
+    " WHERE reminder_fts MATCH ?1";
 
 // Keywords of one or two characters, folded (?1): too short for trigrams,
 // found by a scan of the folded texts.
@@ -175,7 +177,7 @@ constexpr const char kInfosWithKeywordScan[] =
     "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder WHERE rowid IN (" STORAGE_SCAN_IDS ")" STORAGE_ORDER
     " LIMIT ?2";
 constexpr const char kIdsWithKeywordScan[] =
-    "SELECT id FROM reminder_search WHERE instr(folded, ?1) > 0 ORDER BY order_time DESC, id LIMIT ?2";
+    "SELECT id, order_time FROM reminder_search WHERE instr(folded, ?1) > 0";
 
 #undef STORAGE_SCAN_IDS
 #undef STORAGE_INDEXED_IDS
