@@ -72,6 +72,9 @@ DeskDevice::DeskDevice(DeviceSession* session, int number, const QString& direct
     // a later save or send does not drop the sender.
     ReminderModel* model = m_handler->reminderModel();
     connect(model, &QAbstractItemModel::rowsInserted, this, [this, model](const QModelIndex&, int first, int last) {
+        // The load's own insertion is covered once it is in (above).
+        if (!loaded())
+            return;
         QStringList ids;
         for (int row = first; row <= last; ++row) {
             const ReminderItemPtr item =

@@ -287,25 +287,41 @@ QList<ReminderInfo> ReminderStorage::infosWithTimestamp(qint64 timestamp)
     return readInfos(m_connection, stmt.get(), "infosWithTimestamp");
 }
 
-sqlite3_stmt* ReminderStorage::keywordQuery(const QString& keyword, int limit, bool idsOnly, const char* what)
+namespace {
+
+// A keyword as the search looks it up: folded as the stored texts are (so
+// that containment is exact), and bound either as an FTS5 string literal
+// for the trigram index or as it is for the scan of short keywords.
+struct SearchKey
+{
+    QString bound;
+    bool indexed = false;
+};
+
+SearchKey searchKey(const QString& keyword)
+{
+    const QString needle = foldedForSearch(keyword);
+    const bool indexed = needle.toUcs4().size() >= kIndexedKeywordLength;
+    return {indexed ? ftsStringLiteral(needle) : needle, indexed};
+}
+
+} // namespace
+
+sqlite3_stmt* ReminderStorage::keywordQuery(const QString& keyword, int limit, const char* what)
 {
     // SQLite reads a negative limit as "no limit".
     const qint64 sqlLimit = limit > 0 ? limit : -1;
     if (keyword.isEmpty()) {
-        sqlite3_stmt* stmt = m_connection->statement(idsOnly ? sql::kIdsLimited : sql::kInfosLimited);
+        sqlite3_stmt* stmt = m_connection->statement(sql::kInfosLimited);
         if (stmt && !bindInt64(stmt, 1, sqlLimit)) {
             m_connection->logError(what);
             return nullptr;
         }
         return stmt;
     }
-    // Folded as the stored texts are: containment is then exact.
-    const QString needle = foldedForSearch(keyword);
-    const bool indexed = needle.toUcs4().size() >= kIndexedKeywordLength;
-    const char* query = indexed ? sql::kInfosWithKeywordIndexed : sql::kInfosWithKeywordScan;
-    sqlite3_stmt* stmt = m_connection->statement(query);
-    if (stmt
-        && (!bindText(stmt, 1, indexed ? ftsStringLiteral(needle) : needle) || !bindInt64(stmt, 2, sqlLimit))) {
+    const SearchKey key = searchKey(keyword);
+    sqlite3_stmt* stmt = m_connection->statement(key.indexed ? sql::kInfosWithKeywordIndexed : sql::kInfosWithKeywordScan);
+    if (stmt && (!bindText(stmt, 1, key.bound) || !bindInt64(stmt, 2, sqlLimit))) {
         m_connection->logError(what);
         return nullptr;
     }
@@ -317,7 +333,7 @@ QList<ReminderInfo> ReminderStorage::infosWithKeyword(const QString& keyword, in
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "infosWithKeyword"))
         return {};
-    StatementScope stmt(keywordQuery(keyword, limit, false, "infosWithKeyword (bind)"));
+    StatementScope stmt(keywordQuery(keyword, limit, "infosWithKeyword (bind)"));
     if (!stmt)
         return {};
     return readInfos(m_connection, stmt.get(), "infosWithKeyword");
@@ -331,19 +347,23 @@ QStringList ReminderStorage::idsWithKeyword(const QString& keyword, int limit)
     QStringList ids;
     int rc = SQLITE_DONE;
     if (keyword.isEmpty()) {
-        StatementScope stmt(keywordQuery(keyword, limit, true, "idsWithKeyword (bind)"));
+        StatementScope stmt(m_connection->statement(sql::kIdsLimited));
         if (!stmt)
             return {};
+        if (!bindInt64(stmt.get(), 1, limit > 0 ? limit : -1)) {
+            m_connection->logError("idsWithKeyword (bind)");
+            return {};
+        }
         while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
             ids.append(QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0)),
                                          sqlite3_column_bytes(stmt.get(), 0)));
     } else {
-        const QString needle = foldedForSearch(keyword);
-        const bool indexed = needle.toUcs4().size() >= kIndexedKeywordLength;
-        StatementScope stmt(m_connection->statement(indexed ? sql::kIdsWithKeywordIndexed : sql::kIdsWithKeywordScan));
+        const SearchKey key = searchKey(keyword);
+        StatementScope stmt(
+            m_connection->statement(key.indexed ? sql::kIdsWithKeywordIndexed : sql::kIdsWithKeywordScan));
         if (!stmt)
             return {};
-        if (!bindText(stmt.get(), 1, indexed ? ftsStringLiteral(needle) : needle)) {
+        if (!bindText(stmt.get(), 1, key.bound)) {
             m_connection->logError("idsWithKeyword (bind)");
             return {};
         }

@@ -59,10 +59,9 @@ public:
     int count();
 
 private:
-    // Prepares and binds the keyword query for whole records, or for the
-    // ids of all records (an empty keyword with idsOnly); null on failure.
-    // The caller holds the connection's lock.
-    sqlite3_stmt* keywordQuery(const QString& keyword, int limit, bool idsOnly, const char* what);
+    // Prepares and binds the keyword query for whole records; null on
+    // failure. The caller holds the connection's lock.
+    sqlite3_stmt* keywordQuery(const QString& keyword, int limit, const char* what);
 
     Connection* m_connection;
 };
