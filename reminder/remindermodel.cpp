@@ -247,32 +247,49 @@ void ReminderModel::insertEach(const QList<ReminderItemPtr>& items)
 {
     // Each section's new items must come in strictly descending sort time,
     // after the section's last item, and be new: then inserting them one by
-    // one appends each in turn, and so does this.
+    // one appends each in turn, and so does this. Strictly descending
+    // times also mean that no item comes twice.
     QList<ReminderItemPtr> open;
     QList<ReminderItemPtr> completed;
     bool appendsOnly = true;
-    {
+    for (const ReminderItemPtr& item : items) {
+        if (!item)
+            continue;
+        QList<ReminderItemPtr>& added = item->completed() ? completed : open;
+        const QList<ReminderItemPtr>& section = item->completed() ? m_completedItems : m_openItems;
+        const ReminderItemPtr& before = !added.isEmpty() ? added.constLast()
+            : (!section.isEmpty() ? section.constLast() : ReminderItemPtr());
+        if (before && sortTime(item) >= sortTime(before)) {
+            appendsOnly = false;
+            break;
+        }
+        added.append(item);
+    }
+    // One lookup per item: each is entered into the index at once, and
+    // should one of them be there already, those entered are taken out
+    // again and the items go in one by one.
+    if (appendsOnly) {
         SyncLocker locker(&m_indexLock);
-        QSet<QString> seen;
-        seen.reserve(items.size());
-        for (const ReminderItemPtr& item : items) {
-            if (!item)
-                continue;
-            const QString id = item->remindId();
-            if (m_index.contains(id) || seen.contains(id)) {
-                appendsOnly = false;
-                break;
+        m_index.reserve(m_index.size() + open.size() + completed.size());
+        QList<QString> entered;
+        entered.reserve(open.size() + completed.size());
+        for (const QList<ReminderItemPtr>* added : {&open, &completed}) {
+            for (const ReminderItemPtr& item : *added) {
+                const QString id = item->remindId();
+                ReminderItemPtr& slot = m_index[id];
+                if (slot) {
+                    appendsOnly = false;
+                    break;
+                }
+                slot = item;
+                entered.append(id);
             }
-            seen.insert(id);
-            QList<ReminderItemPtr>& added = item->completed() ? completed : open;
-            const QList<ReminderItemPtr>& section = item->completed() ? m_completedItems : m_openItems;
-            const ReminderItemPtr& before = !added.isEmpty() ? added.constLast()
-                : (!section.isEmpty() ? section.constLast() : ReminderItemPtr());
-            if (before && sortTime(item) >= sortTime(before)) {
-                appendsOnly = false;
+            if (!appendsOnly)
                 break;
-            }
-            added.append(item);
+        }
+        if (!appendsOnly) {
+            for (const QString& id : std::as_const(entered))
+                m_index.remove(id);
         }
     }
     if (!appendsOnly) {
@@ -283,17 +300,10 @@ void ReminderModel::insertEach(const QList<ReminderItemPtr>& items)
     if (open.isEmpty() && completed.isEmpty())
         return;
 
-    const auto index = [this](const QList<ReminderItemPtr>& added) {
-        SyncLocker locker(&m_indexLock);
-        m_index.reserve(m_index.size() + added.size());
-        for (const ReminderItemPtr& item : added)
-            m_index.insert(item->remindId(), item);
-    };
     if (!completed.isEmpty()) {
         const int first = int(m_completedItems.size());
         if (m_completedShown)
             beginInsertRows(QModelIndex(), first, first + int(completed.size()) - 1);
-        index(completed);
         m_completedItems.append(completed);
         if (m_completedShown)
             endInsertRows();
@@ -301,7 +311,6 @@ void ReminderModel::insertEach(const QList<ReminderItemPtr>& items)
     if (!open.isEmpty()) {
         const int first = int(m_openItems.size()) + completedOffset();
         beginInsertRows(QModelIndex(), first, first + int(open.size()) - 1);
-        index(open);
         m_openItems.append(open);
         endInsertRows();
         for (const ReminderItemPtr& item : std::as_const(open))

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "searchdirectory.h"
 #include "sqlitefile.h"
 
 #include <QMutex>
@@ -35,13 +36,33 @@ public:
     // null (and logged) when it does not compile. Call with the lock held.
     sqlite3_stmt* statement(const char* sql) { return m_file.statement(sql); }
     // Runs statements without results; false (and logged) on error.
-    bool exec(const char* sql) { return m_file.exec(sql); }
-    // Logs the connection's last error with the operation's name.
-    void logError(const char* what) const { m_file.logError(what); }
+    bool exec(const char* sql)
+    {
+        const bool ok = m_file.exec(sql);
+        if (!ok)
+            m_directory.invalidate();
+        return ok;
+    }
+    // Logs the connection's last error with the operation's name. A
+    // statement that failed may have been undone halfway: the search
+    // directory is read again at its next use.
+    void logError(const char* what)
+    {
+        m_directory.invalidate();
+        m_file.logError(what);
+    }
+
+    // The search side's rows in memory, filled when needed; null when the
+    // file is closed or it cannot be filled. Call with the lock held.
+    SearchDirectory* searchDirectory()
+    {
+        return m_directory.ensure(m_file.handle()) ? &m_directory : nullptr;
+    }
 
 private:
     QMutex m_mutex;
     SqliteFile m_file;
+    SearchDirectory m_directory;
 };
 
 } // namespace storage

@@ -2,6 +2,7 @@
 
 #include "connection.h"
 #include "sqliteutil_p.h"
+#include "searchdirectory.h"
 #include "searchfold_p.h"
 #include "storagesql.h"
 
@@ -305,6 +306,120 @@ SearchKey searchKey(const QString& keyword)
     return {indexed ? ftsStringLiteral(needle) : needle, indexed};
 }
 
+
+// The list's order for records with equal order times: the ids' UTF-8
+// bytes, as SQLite's binary collation compares them. UTF-8 byte order is
+// code point order, which differs from UTF-16 code unit order only where a
+// surrogate meets a unit from U+E000 up.
+bool idBefore(const QString& a, const QString& b)
+{
+    const qsizetype n = std::min(a.size(), b.size());
+    for (qsizetype i = 0; i < n; ++i) {
+        char16_t x = a.at(i).unicode();
+        char16_t y = b.at(i).unicode();
+        if (x == y)
+            continue;
+        if (x >= 0xD800 && y >= 0xD800) {
+            x = char16_t(x >= 0xE000 ? x - 0x800 : x + 0x2000);
+            y = char16_t(y >= 0xE000 ? y - 0x800 : y + 0x2000);
+        }
+        return x < y;
+    }
+    return a.size() < b.size();
+}
+
+QStringList sortedIds(std::vector<const SearchDirectory::Entry*> matches, int limit)
+{
+    // The list's order, as the records' queries give it: order time
+    // descending, then the id's bytes.
+    std::sort(matches.begin(), matches.end(), [](const SearchDirectory::Entry* a, const SearchDirectory::Entry* b) {
+        return a->orderTime != b->orderTime ? a->orderTime > b->orderTime : idBefore(a->id, b->id);
+    });
+    const size_t count = limit > 0 ? std::min(matches.size(), size_t(limit)) : matches.size();
+    QStringList ids;
+    ids.reserve(qsizetype(count));
+    for (size_t i = 0; i < count; ++i)
+        ids.append(matches[i]->id);
+    return ids;
+}
+
+QStringList allIds(Connection* connection, int limit)
+{
+    StatementScope stmt(connection->statement(sql::kIdsLimited));
+    if (!stmt)
+        return {};
+    if (!bindInt64(stmt.get(), 1, limit > 0 ? limit : -1)) {
+        connection->logError("idsWithKeyword (bind)");
+        return {};
+    }
+    QStringList ids;
+    int rc;
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
+        ids.append(columnText(stmt.get(), 0));
+    if (rc != SQLITE_DONE) {
+        connection->logError("idsWithKeyword");
+        return {};
+    }
+    return ids;
+}
+
+// Matches as rowids, turned into ids by the directory; `complete` false
+// when a match is not in it.
+QStringList idsFromDirectory(Connection* connection, const SearchDirectory& directory, const SearchKey& key,
+                             int limit, bool* complete)
+{
+    *complete = true;
+    StatementScope stmt(
+        connection->statement(key.indexed ? sql::kRowidsWithKeywordIndexed : sql::kRowidsWithKeywordScan));
+    if (!stmt)
+        return {};
+    if (!bindText(stmt.get(), 1, key.bound)) {
+        connection->logError("idsWithKeyword (bind)");
+        return {};
+    }
+    const std::vector<const SearchDirectory::Entry*> matches = [&] {
+        std::vector<const SearchDirectory::Entry*> found;
+        int rc;
+        while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
+            const SearchDirectory::Entry* entry = directory.find(sqlite3_column_int64(stmt.get(), 0));
+            if (!entry) {
+                *complete = false;
+                return std::vector<const SearchDirectory::Entry*>();
+            }
+            found.push_back(entry);
+        }
+        if (rc != SQLITE_DONE)
+            connection->logError("idsWithKeyword");
+        return rc == SQLITE_DONE ? found : std::vector<const SearchDirectory::Entry*>();
+    }();
+    return sortedIds(matches, limit);
+}
+
+// The same from the search table, one row lookup per match.
+QStringList idsFromTables(Connection* connection, const SearchKey& key, int limit)
+{
+    StatementScope stmt(connection->statement(key.indexed ? sql::kIdsWithKeywordIndexed : sql::kIdsWithKeywordScan));
+    if (!stmt)
+        return {};
+    if (!bindText(stmt.get(), 1, key.bound)) {
+        connection->logError("idsWithKeyword (bind)");
+        return {};
+    }
+    std::vector<SearchDirectory::Entry> rows;
+    int rc;
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
+        rows.push_back({sqlite3_column_int64(stmt.get(), 1), columnText(stmt.get(), 0)});
+    if (rc != SQLITE_DONE) {
+        connection->logError("idsWithKeyword");
+        return {};
+    }
+    std::vector<const SearchDirectory::Entry*> matches;
+    matches.reserve(rows.size());
+    for (const SearchDirectory::Entry& row : rows)
+        matches.push_back(&row);
+    return sortedIds(matches, limit);
+}
+
 } // namespace
 
 sqlite3_stmt* ReminderStorage::keywordQuery(const QString& keyword, int limit, const char* what)
@@ -344,55 +459,19 @@ QStringList ReminderStorage::idsWithKeyword(const QString& keyword, int limit)
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "idsWithKeyword"))
         return {};
-    QStringList ids;
-    int rc = SQLITE_DONE;
-    if (keyword.isEmpty()) {
-        StatementScope stmt(m_connection->statement(sql::kIdsLimited));
-        if (!stmt)
-            return {};
-        if (!bindInt64(stmt.get(), 1, limit > 0 ? limit : -1)) {
-            m_connection->logError("idsWithKeyword (bind)");
-            return {};
-        }
-        while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
-            ids.append(QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0)),
-                                         sqlite3_column_bytes(stmt.get(), 0)));
-    } else {
-        const SearchKey key = searchKey(keyword);
-        StatementScope stmt(
-            m_connection->statement(key.indexed ? sql::kIdsWithKeywordIndexed : sql::kIdsWithKeywordScan));
-        if (!stmt)
-            return {};
-        if (!bindText(stmt.get(), 1, key.bound)) {
-            m_connection->logError("idsWithKeyword (bind)");
-            return {};
-        }
-        // The list's order, as the records' queries give it: order time
-        // descending, then the id's bytes (SQLite's binary collation).
-        struct Match
-        {
-            qint64 orderTime;
-            QByteArray id;
-        };
-        std::vector<Match> matches;
-        while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
-            matches.push_back({sqlite3_column_int64(stmt.get(), 1),
-                               QByteArray(reinterpret_cast<const char*>(sqlite3_column_text(stmt.get(), 0)),
-                                          sqlite3_column_bytes(stmt.get(), 0))});
-        }
-        std::sort(matches.begin(), matches.end(), [](const Match& a, const Match& b) {
-            return a.orderTime != b.orderTime ? a.orderTime > b.orderTime : a.id < b.id;
-        });
-        const size_t count = limit > 0 ? std::min(matches.size(), size_t(limit)) : matches.size();
-        ids.reserve(qsizetype(count));
-        for (size_t i = 0; i < count; ++i)
-            ids.append(QString::fromUtf8(matches[i].id));
+    if (keyword.isEmpty())
+        return allIds(m_connection, limit);
+    const SearchKey key = searchKey(keyword);
+    if (SearchDirectory* directory = m_connection->searchDirectory()) {
+        bool complete = true;
+        QStringList ids = idsFromDirectory(m_connection, *directory, key, limit, &complete);
+        if (complete)
+            return ids;
+        // A match the directory does not know: it is out of step with the
+        // table. It is read again next time; the tables answer now.
+        directory->invalidate();
     }
-    if (rc != SQLITE_DONE) {
-        m_connection->logError("idsWithKeyword");
-        return {};
-    }
-    return ids;
+    return idsFromTables(m_connection, key, limit);
 }
 
 ReminderInfo ReminderStorage::info(const QString& remindId, bool* found)

@@ -166,6 +166,8 @@ constexpr const char kInfosWithKeywordIndexed[] =
     " LIMIT ?2";
 // The ids queries leave the order to the caller (a sort of the matches in
 // memory is cheaper than SQLite's sorter): id and order time of each match.
+// The matches' rowids alone, for the search directory (searchdirectory.h).
+constexpr const char kRowidsWithKeywordIndexed[] = STORAGE_INDEXED_IDS;
 constexpr const char kIdsWithKeywordIndexed[] =
     "SELECT s.id, s.order_time FROM reminder_fts f JOIN reminder_search s ON s.rowid = f.rowid"
     " WHERE reminder_fts MATCH ?1";
@@ -176,6 +178,7 @@ constexpr const char kIdsWithKeywordIndexed[] =
 constexpr const char kInfosWithKeywordScan[] =
     "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder WHERE rowid IN (" STORAGE_SCAN_IDS ")" STORAGE_ORDER
     " LIMIT ?2";
+constexpr const char kRowidsWithKeywordScan[] = STORAGE_SCAN_IDS;
 constexpr const char kIdsWithKeywordScan[] =
     "SELECT id, order_time FROM reminder_search WHERE instr(folded, ?1) > 0";
 
