@@ -6,9 +6,9 @@
 #include "deserializecontent.h"
 #include "dialogbase.h"
 #include "fileitem.h"
-#include "jsonmap.h"
 #include "modelbaseutil.h"
 #include "networksubject.h"
+#include "recordextra.h"
 #include "relativemessage.h"
 #include "reminderinfo.h"
 #include "reminderpattern.h"
@@ -28,11 +28,6 @@ constexpr int kReminderScene = 8;
 const char kLocalSerializeSignature[] = "bool __cdecl ReminderItem::serialize(struct storage::ReminderInfo &)";
 const char kWireSerializeSignature[] =
     "bool __cdecl ReminderItem::serialize(class im::content::Reminder &,class AccountBase *,bool)";
-
-const QString kLastContentTime = QStringLiteral("last_content_time");
-const QString kLastCompletedTime = QStringLiteral("last_completed_time");
-const QString kLastPatternTime = QStringLiteral("last_pattern_time");
-const QString kLastUnreadTime = QStringLiteral("last_unread_time");
 
 // Serialises a message into bytes; on failure logs the module's debug line
 // with the calling function's signature, and keeps what was written.
@@ -112,11 +107,11 @@ ReminderItem::ReminderItem(const storage::ReminderInfo& info, AccountBase* accou
             m_quoteMsgItem = RelativeMessage::fromMessage(rc.relative(), account, this);
     }
 
-    const QVariantMap extra = jsonToMap(info.extra);
-    m_lastContentTime = extra.value(kLastContentTime).toLongLong();
-    m_lastCompletedTime = extra.value(kLastCompletedTime).toLongLong();
-    m_lastPatternTime = extra.value(kLastPatternTime).toLongLong();
-    m_lastUnreadTime = extra.value(kLastUnreadTime).toLongLong();
+    const RecordExtra extra = RecordExtra::fromJson(info.extra);
+    m_lastContentTime = extra.lastContentTime;
+    m_lastCompletedTime = extra.lastCompletedTime;
+    m_lastPatternTime = extra.lastPatternTime;
+    m_lastUnreadTime = extra.lastUnreadTime;
 }
 
 void ReminderItem::init()
@@ -455,12 +450,12 @@ bool ReminderItem::serialize(storage::ReminderInfo& info)
     copyPatternToMessage();
     info.data = toBytes(m_reminder, __LINE__, kLocalSerializeSignature);
 
-    QVariantMap extra;
-    extra.insert(kLastContentTime, m_lastContentTime);
-    extra.insert(kLastCompletedTime, m_lastCompletedTime);
-    extra.insert(kLastPatternTime, m_lastPatternTime);
-    extra.insert(kLastUnreadTime, m_lastUnreadTime);
-    info.extra = mapToJson(extra);
+    RecordExtra extra;
+    extra.lastContentTime = m_lastContentTime;
+    extra.lastCompletedTime = m_lastCompletedTime;
+    extra.lastPatternTime = m_lastPatternTime;
+    extra.lastUnreadTime = m_lastUnreadTime;
+    info.extra = extra.toJson();
     return true;
 }
 

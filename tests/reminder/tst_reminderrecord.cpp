@@ -182,6 +182,8 @@ private slots:
     void storedRemindTimeLaterThanShowTimeIsKept();
     void extraWithoutChangeTimesLoadsZeros_data();
     void extraWithoutChangeTimesLoadsZeros();
+    void extraReadsAsTheHostReaderReadsIt_data();
+    void extraReadsAsTheHostReaderReadsIt();
     void reminderContentWithTwoContentsLoadsOnlyFirst();
     void quotedSenderIsWrittenAgainOnlyOnceResolved();
     void loadedFileBodyKnowsItsKind();
@@ -446,6 +448,69 @@ void TestReminderRecord::extraWithoutChangeTimesLoadsZeros_data()
     QTest::newRow("other keys") << QByteArray(R"({"something":12,"else":"x"})");
     QTest::newRow("not json") << QByteArray("last_content_time=5");
     QTest::newRow("array") << QByteArray("[1,2,3]");
+}
+
+void TestReminderRecord::extraReadsAsTheHostReaderReadsIt_data()
+{
+    QTest::addColumn<QByteArray>("extra");
+    QTest::addColumn<QString>("expected"); // content, completed, pattern, unread
+
+    const auto row = [](const char* name, const char* json, const char* expected) {
+        QTest::newRow(name) << QByteArray(json) << QString::fromLatin1(expected);
+    };
+    // The form the writer makes, and the same with spaces and reordered.
+    row("written", R"({"last_completed_time":2,"last_content_time":1,"last_pattern_time":3,"last_unread_time":4})",
+        "1 2 3 4");
+    row("zeros", R"({"last_completed_time":0,"last_content_time":0,"last_pattern_time":0,"last_unread_time":0})",
+        "0 0 0 0");
+    row("spaced", " {\n \"last_unread_time\" : 4 ,\t\"last_content_time\":1 }\r\n", "1 0 0 4");
+    row("negative", R"({"last_content_time":-1700000000000})", "-1700000000000 0 0 0");
+    row("18 digits", R"({"last_pattern_time":999999999999999999})", "0 0 999999999999999999 0");
+    row("minus zero", R"({"last_content_time":-0})", "0 0 0 0");
+    row("unknown keys", R"({"other":5,"last_unread_time":7,"z":0})", "0 0 0 7");
+    // Forms the host reader decides.
+    row("19 digits", R"({"last_content_time":9007199254740993000})", "9007199254740993000 0 0 0");
+    row("above 64 bits", R"({"last_content_time":99999999999999999999})", "");
+    row("fraction", R"({"last_content_time":1.5})", "");
+    row("exponent", R"({"last_content_time":1e3})", "1000 0 0 0");
+    row("string value", R"({"last_content_time":"12"})", "12 0 0 0");
+    row("bool value", R"({"last_content_time":true})", "");
+    row("null value", R"({"last_content_time":null})", "0 0 0 0");
+    row("nested", R"({"last_content_time":{"a":1},"last_unread_time":2})", "0 0 0 2");
+    row("unknown key with text", R"({"note":"x","last_unread_time":2})", "0 0 0 2");
+    row("escaped key", R"({"last_\u0063ontent_time":5})", "5 0 0 0");
+    row("key twice", R"({"last_content_time":5,"last_content_time":6})", "");
+    row("leading zero", R"({"last_content_time":05})", "");
+    row("trailing comma", R"({"last_content_time":5,})", "");
+    row("trailing text", R"({"last_content_time":5} x)", "");
+    row("missing brace", R"({"last_content_time":5)", "");
+    row("two objects", R"({"last_content_time":5}{})", "");
+}
+
+void TestReminderRecord::extraReadsAsTheHostReaderReadsIt()
+{
+    QFETCH(QByteArray, extra);
+    QFETCH(QString, expected);
+    TestAccount account;
+    im::content::Reminder msg;
+    msg.set_original_remind_time(1000);
+    ReminderItem item(recordFor(msg, "r", 1000, extra), account.get());
+    QCOMPARE(item.remindId(), QStringLiteral("r"));
+    const QString read = QStringLiteral("%1 %2 %3 %4")
+                             .arg(item.lastContentTime())
+                             .arg(item.lastCompletedTime())
+                             .arg(item.lastPatternTime())
+                             .arg(item.lastUnreadTime());
+    // Whatever the form, the times are those the host's reader gives.
+    const QVariantMap map = jsonToMap(extra);
+    const QString host = QStringLiteral("%1 %2 %3 %4")
+                             .arg(map.value("last_content_time").toLongLong())
+                             .arg(map.value("last_completed_time").toLongLong())
+                             .arg(map.value("last_pattern_time").toLongLong())
+                             .arg(map.value("last_unread_time").toLongLong());
+    QCOMPARE(read, host);
+    if (!expected.isEmpty())
+        QCOMPARE(read, expected);
 }
 
 void TestReminderRecord::extraWithoutChangeTimesLoadsZeros()
