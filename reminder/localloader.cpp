@@ -12,6 +12,8 @@
 #include <QCoreApplication>
 #include <QThread>
 
+#include <utility>
+
 LocalLoader::LocalLoader(AccountBase* account, std::function<bool()> stopRequested,
                          std::function<bool(const QSharedPointer<ContentItem>&)> needsUpload)
     : m_account(account), m_stopRequested(std::move(stopRequested)), m_needsUpload(std::move(needsUpload))
@@ -22,14 +24,17 @@ LoadedReminders LocalLoader::read()
 {
     LoadedReminders result;
     storage::ReminderStorage* store = m_account->storage()->reminderStorage();
-    const QList<storage::ReminderInfo> infos = store->allInfos();
+    QList<storage::ReminderInfo> infos = store->allInfos();
     result.reminders.reserve(infos.size());
     result.takenIds.reserve(infos.size());
     QStringList cacheKeys;
     QThread* mainThread = QCoreApplication::instance() ? QCoreApplication::instance()->thread() : QThread::currentThread();
     const bool onMainThread = QThread::currentThread() == mainThread;
 
-    for (const storage::ReminderInfo& info : infos) {
+    for (storage::ReminderInfo& record : infos) {
+        // Each record goes as soon as its item is made, so that the items
+        // reuse its memory instead of adding to it.
+        const storage::ReminderInfo info = std::exchange(record, storage::ReminderInfo());
         if (m_stopRequested()) {
             result.stopped = true;
             break;

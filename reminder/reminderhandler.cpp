@@ -41,6 +41,7 @@
 #include <QPointer>
 #include <QThread>
 
+#include <cstdio>
 #include <limits>
 
 namespace {
@@ -1044,10 +1045,15 @@ void ReminderHandler::updateLastRemindId(const QString& remindId)
 {
     // The bare device number is the prefix, so that ids of a device whose
     // number begins with the same digits count too; kept on purpose.
-    if (!m_account || !remindId.startsWith(QString::number(m_account->deviceId())))
+    if (!m_account)
         return;
-    const int separator = remindId.lastIndexOf(QLatin1Char('_'));
-    const int sequence = remindId.mid(separator + 1).toInt();
+    // Read without allocating: a load passes every stored id through here.
+    char prefix[24];
+    const int prefixLength = std::snprintf(prefix, sizeof prefix, "%lld", static_cast<long long>(m_account->deviceId()));
+    if (!remindId.startsWith(QLatin1StringView(prefix, prefixLength)))
+        return;
+    const qsizetype separator = remindId.lastIndexOf(QLatin1Char('_'));
+    const int sequence = QStringView(remindId).mid(separator + 1).toInt();
     // A stored sequence near the top of the range (from a damaged record or
     // a server's listing) is not taken: counting on from it could run out.
     if (sequence > m_lastRemindId && sequence <= kLastTakenRemindSequence)
