@@ -5,8 +5,10 @@
 //    against a floor measured in the same run: reading the same rows with
 //    ReminderStorage::allInfos() and parsing each record's data into an
 //    im::content::Reminder and its content into an
-//    im::content::ReminderContent, nothing else. Best of 3 runs each; the
-//    resident memory growth per reminder of a load is reported too.
+//    im::content::ReminderContent, nothing else. Both start from a heap
+//    given back to the system, so both pay for the memory they take. Best
+//    of 3 runs each; the resident memory growth per reminder of a load is
+//    reported too. "--load N" runs this part alone, for N reminders.
 // 2. One onTimeOut pass with 1,000, 10,000 and 100,000 reminders due at the
 //    same instant: the time of the call on the handler's thread, and the
 //    time until the storage worker has written every change; floor: writing
@@ -44,6 +46,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <cstdlib>
 #include <limits>
 #include <memory>
@@ -216,6 +219,9 @@ double floorRun(const QString& dir, int n)
 {
     std::unique_ptr<AccountBase> account = openAccount(dir);
     storage::ReminderStorage* store = account->storage()->reminderStorage();
+    // From a trimmed heap, as the load starts: both take their memory from
+    // the system, not from what an earlier step freed.
+    malloc_trim(0);
     QElapsedTimer timer;
     timer.start();
     const QList<storage::ReminderInfo> infos = store->allInfos();
@@ -448,6 +454,24 @@ QString joined(const QList<double>& values)
     return parts.join(QStringLiteral(", "));
 }
 
+void reportLoad(int n)
+{
+    const LoadFigures f = benchLoad(n);
+    std::printf("BENCH handler.loadLocalData.%d %.2f ms\n", n, f.loadMs);
+    std::printf("BENCH floor.readAndParse.%d %.2f ms\n", n, f.floorMs);
+    std::printf("BENCH handler.loadLocalData.ratio.%d %.2f x\n", n, f.loadMs / f.floorMs);
+    std::printf("BENCH handler.memory.%d %.0f bytes/reminder\n", n, f.memoryPerItem.first());
+    benchresults::result("handler.loadLocalData", n, f.loadMs, "ms", benchresults::Lower,
+                         "floor.readAndParse", f.floorMs);
+    benchresults::result("handler.memory", n, f.memoryPerItem.first(), "bytes/reminder",
+                         benchresults::Lower);
+    std::printf("#   %d: load %.2f us/reminder, floor %.2f us/reminder\n", n, f.loadMs * 1000 / n,
+                f.floorMs * 1000 / n);
+    std::printf("#   %d: memory per run %s bytes/reminder; after a further malloc_trim %s\n", n,
+                qPrintable(joined(f.memoryPerItem)), qPrintable(joined(f.trimmedPerItem)));
+    std::fflush(stdout);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -464,28 +488,22 @@ int main(int argc, char** argv)
     std::printf("#   and its content into im::content::ReminderContent, nothing else\n");
     std::printf("# both are timed on a freshly opened account (a new SQLite connection, so SQLite's own\n");
     std::printf("#   page cache starts empty for both) on the same database file, whose pages the OS\n");
-    std::printf("#   already caches: warm the same way for both; a run measures the floor, then the load\n");
+    std::printf("#   already caches: warm the same way for both; a run measures the floor, then the load;\n");
+    std::printf("#   each starts from a heap given back to the system (malloc_trim)\n");
     std::printf("# memory: VmRSS growth from before the handler is created (after malloc_trim) to after\n");
     std::printf("#   loadLocalData returned and the storage worker is idle, divided by the count;\n");
     std::printf("#   the figure is that of the first run\n");
     std::fflush(stdout);
 
-    for (int n : {1000, 10000, 100000}) {
-        const LoadFigures f = benchLoad(n);
-        std::printf("BENCH handler.loadLocalData.%d %.2f ms\n", n, f.loadMs);
-        std::printf("BENCH floor.readAndParse.%d %.2f ms\n", n, f.floorMs);
-        std::printf("BENCH handler.loadLocalData.ratio.%d %.2f x\n", n, f.loadMs / f.floorMs);
-        std::printf("BENCH handler.memory.%d %.0f bytes/reminder\n", n, f.memoryPerItem.first());
-        benchresults::result("handler.loadLocalData", n, f.loadMs, "ms", benchresults::Lower,
-                             "floor.readAndParse", f.floorMs);
-        benchresults::result("handler.memory", n, f.memoryPerItem.first(), "bytes/reminder",
-                             benchresults::Lower);
-        std::printf("#   %d: load %.2f us/reminder, floor %.2f us/reminder\n", n, f.loadMs * 1000 / n,
-                    f.floorMs * 1000 / n);
-        std::printf("#   %d: memory per run %s bytes/reminder; after a further malloc_trim %s\n", n,
-                    qPrintable(joined(f.memoryPerItem)), qPrintable(joined(f.trimmedPerItem)));
-        std::fflush(stdout);
+    // "--load N": the load figures for N reminders alone (for profiling).
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (std::strcmp(argv[i], "--load") == 0) {
+            reportLoad(std::atoi(argv[i + 1]));
+            return 0;
+        }
     }
+    for (int n : {1000, 10000, 100000})
+        reportLoad(n);
 
     std::printf("# loadLocalData of 10,000 reminders with r removed ids remembered (they count for the\n");
     std::printf("#   sequence of new ids), best of %d runs; floor: the same load with none remembered\n", kRuns);

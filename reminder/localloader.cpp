@@ -42,7 +42,8 @@ LoadedReminders LocalLoader::read()
         // Whatever the record holds, its id is taken: a new reminder must
         // never overwrite it.
         result.takenIds.append(info.id);
-        ReminderItemPtr item(new ReminderItem(info, m_account));
+        // One allocation for the item and its reference count.
+        ReminderItemPtr item = ReminderItemPtr::create(info, m_account);
         if (item->remindId().isEmpty()) {
             ImLog::instance()->error(QStringLiteral("Reminder record %1 could not be read").arg(info.id));
             result.unreadableIds.append(info.id);

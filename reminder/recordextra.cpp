@@ -23,8 +23,11 @@ bool isSpace(char c)
 
 RecordExtra RecordExtra::fromJson(const QByteArray& json)
 {
+    // What the writer makes for a record with no unsent change: the most
+    // common extra of all, known at a glance.
+    static const QByteArray noChange = RecordExtra().toJson();
     RecordExtra extra;
-    if (readPlain(json, &extra))
+    if (json == noChange || readPlain(json, &extra))
         return extra;
     extra = RecordExtra();
     const QVariantMap map = jsonToMap(json);

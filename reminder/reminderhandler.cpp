@@ -41,7 +41,7 @@
 #include <QPointer>
 #include <QThread>
 
-#include <cstdio>
+#include <charconv>
 #include <limits>
 
 namespace {
@@ -1049,8 +1049,8 @@ void ReminderHandler::updateLastRemindId(const QString& remindId)
         return;
     // Read without allocating: a load passes every stored id through here.
     char prefix[24];
-    const int prefixLength = std::snprintf(prefix, sizeof prefix, "%lld", static_cast<long long>(m_account->deviceId()));
-    if (!remindId.startsWith(QLatin1StringView(prefix, prefixLength)))
+    const char* prefixEnd = std::to_chars(prefix, prefix + sizeof prefix, m_account->deviceId()).ptr;
+    if (!remindId.startsWith(QLatin1StringView(prefix, prefixEnd)))
         return;
     const qsizetype separator = remindId.lastIndexOf(QLatin1Char('_'));
     const int sequence = QStringView(remindId).mid(separator + 1).toInt();
