@@ -99,6 +99,11 @@ qint64 timeOfWall(qint64 wall)
 // compares the two date-times as it compares their instants. A moment the
 // mirror does not answer fails the whole walk, which is then run again on
 // QtMoments: its result is only used when nothing failed.
+//
+// Deliberate: a time of day the clocks show twice stays with Qt, although
+// which of its two instants Qt names depends on the conversions made before
+// (glibc's mktime starts from the offset it found last): answers there are
+// what they were, not a new choice.
 class MirrorMoments
 {
 public:
