@@ -2,6 +2,7 @@
 // local date-times answer, leaves the times the clocks skip or repeat to
 // Qt, and follows zone changes. Run under several time zones (the suite sets
 // TZ); the named edges also switch to zones of their own and back.
+#include "clockchanges.h"
 #include "localzone.h"
 #include "modelbaseutil.h"
 #include "networksubject.h"
@@ -38,21 +39,6 @@ qint64 wall(const QDate& day, const QTime& time)
     return (day.toJulianDay() - QDate(1970, 1, 1).toJulianDay()) * kDay + time.msecsSinceStartOfDay();
 }
 
-// Whether the clocks show this local date and time at another instant too:
-// daylight-saving changes move them by 30 minutes to 2 hours.
-bool repeated(const QDateTime& local)
-{
-    const qint64 at = local.toMSecsSinceEpoch();
-    for (qint64 shift : {30 * kMinute, kHour, 2 * kHour}) {
-        for (qint64 other : {at - shift, at + shift}) {
-            const QDateTime there = QDateTime::fromMSecsSinceEpoch(other);
-            if (there.date() == local.date() && there.time() == local.time())
-                return true;
-        }
-    }
-    return false;
-}
-
 // The first day of `year` whose `time` the clocks skip, and the first whose
 // day is longer than 24 hours (the clocks go back); invalid when none.
 QDate gapDay(int year, const QTime& time)
@@ -78,7 +64,7 @@ QTime repeatedTime(const QDate& day)
 {
     for (int minutes = 0; minutes < 24 * 60; minutes += 15) {
         const QTime t = QTime(0, 0).addSecs(minutes * 60);
-        if (repeated(QDateTime(day, t)))
+        if (shownTwice(QDateTime(day, t)))
             return t;
     }
     return {};
@@ -133,7 +119,7 @@ void TestLocalZone::plainLocalTimesHaveQtsInstant()
     for (qint64 t = QDateTime(QDate(2024, 1, 1), QTime(0, 0)).toMSecsSinceEpoch();
          t < QDateTime(QDate(2026, 1, 1), QTime(0, 0)).toMSecsSinceEpoch(); t += 37 * kMinute) {
         const QDateTime local = QDateTime::fromMSecsSinceEpoch(t);
-        if (repeated(local))
+        if (shownTwice(local))
             continue;
         qint64 mirrored = 0;
         QVERIFY2(zone.toLocal(t, &mirrored), qPrintable(local.toString(Qt::ISODate)));
@@ -159,7 +145,7 @@ void TestLocalZone::skippedAndRepeatedTimesAreLeftToQt()
             if (!local.isValid()) {
                 QVERIFY(!zone.toInstant(wall(d, t), &instant));
                 ++skipped;
-            } else if (repeated(local)) {
+            } else if (shownTwice(local)) {
                 QVERIFY(!zone.toInstant(wall(d, t), &instant));
                 qint64 shown = 0;
                 QVERIFY(!zone.toLocal(local.toMSecsSinceEpoch(), &shown));
@@ -260,16 +246,9 @@ void TestLocalZone::instantFormsAgreeWithDateTimeForms()
     // Anchors and from-times near this zone's clock changes of 2020-2030
     // (or anywhere, in a zone without them), at times of day on both sides
     // of the change.
-    const QTimeZone system = QTimeZone::systemTimeZone();
     QList<qint64> near;
-    QDateTime t(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC);
-    for (;;) {
-        const QTimeZone::OffsetData change = system.nextTransition(t);
-        if (!change.atUtc.isValid() || change.atUtc.date().year() >= 2030)
-            break;
-        t = change.atUtc;
-        near.append(t.toMSecsSinceEpoch());
-    }
+    for (const QDateTime& change : clockChanges(2020, 2030))
+        near.append(change.toMSecsSinceEpoch());
     for (int i = near.size(); i < 20; ++i)
         near.append(QDateTime(QDate(2020 + i % 10, 1 + i % 12, 1 + i), QTime(2, 0)).toMSecsSinceEpoch());
 
@@ -282,7 +261,7 @@ void TestLocalZone::instantFormsAgreeWithDateTimeForms()
             const QDateTime a = QDateTime::fromMSecsSinceEpoch(anchor);
             const QDateTime f = QDateTime::fromMSecsSinceEpoch(from);
             // A time the clocks show twice has no one answer to compare.
-            if (repeated(a) || repeated(f))
+            if (shownTwice(a) || shownTwice(f))
                 continue;
             const int n = 1 + rng.bounded(4);
             const int days = 1 + rng.bounded(127);
@@ -298,7 +277,7 @@ void TestLocalZone::instantFormsAgreeWithDateTimeForms()
                 const QDateTime byDateTime = QDateTime::fromMSecsSinceEpoch(pair[1]);
                 // Equal, or the two instants of a repeated wall time.
                 if (pair[0] != pair[1]) {
-                    QVERIFY2(repeated(byInstant) && byInstant.date() == byDateTime.date()
+                    QVERIFY2(shownTwice(byInstant) && byInstant.date() == byDateTime.date()
                                  && byInstant.time() == byDateTime.time(),
                              qPrintable(QStringLiteral("anchor %1 from %2: %3 / %4")
                                             .arg(a.toString(Qt::ISODate), f.toString(Qt::ISODate),

@@ -1,12 +1,12 @@
 // The calendar helpers: next day, week and month occurrences. Run under
 // several time zones (the suite sets TZ).
+#include "clockchanges.h"
 #include "modelbaseutil.h"
 #include "reminderpattern.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QTest>
-#include <QTimeZone>
 
 #include <limits>
 
@@ -473,21 +473,6 @@ bool agreesWithWalk(QRandomGenerator& rng, int kind, const QDateTime& anchor, co
     return false;
 }
 
-// Whether the clocks show this local time at another instant too (30
-// minutes to 2 hours away).
-bool shownTwice(const QDateTime& t)
-{
-    const qint64 at = t.toMSecsSinceEpoch();
-    for (qint64 shift : {1800000LL, 3600000LL, 7200000LL}) {
-        for (qint64 other : {at - shift, at + shift}) {
-            const QDateTime there = local(other);
-            if (there.date() == t.date() && there.time() == t.time())
-                return true;
-        }
-    }
-    return false;
-}
-
 void TestReminderCalendar::bruteForceAgreesWithDayByDayWalk()
 {
     const quint32 seed = qEnvironmentVariableIsSet("CALENDAR_SEED")
@@ -513,16 +498,7 @@ void TestReminderCalendar::nearClockChangesAgreesWithDayByDayWalk()
 {
     // From-times within two days of each clock change of 2020-2030 in this
     // zone, anchors at times of day around the change's.
-    const QTimeZone zone = QTimeZone::systemTimeZone();
-    QList<QDateTime> changes;
-    QDateTime t(QDate(2020, 1, 1), QTime(0, 0), Qt::UTC);
-    for (;;) {
-        const QTimeZone::OffsetData change = zone.nextTransition(t);
-        if (!change.atUtc.isValid() || change.atUtc.date().year() >= 2030)
-            break;
-        t = change.atUtc;
-        changes.append(t);
-    }
+    const QList<QDateTime> changes = clockChanges(2020, 2030);
     if (changes.isEmpty())
         QSKIP("this time zone changes its clocks no time in 2020-2030");
     QRandomGenerator rng(20261124u);
