@@ -26,8 +26,10 @@ constexpr qint64 kLast = 84006 * LocalZone::kMsPerDay;
 constexpr qint64 kShortestNeighbour = 3 * LocalZone::kMsPerDay;
 
 // The C library's offset is read at the span's edges and this often in
-// between.
+// between, at most kMostProbes times (a zone without changes is one span of
+// two centuries).
 constexpr qint64 kProbeEvery = 7 * LocalZone::kMsPerDay;
+constexpr qint64 kMostProbes = 64;
 
 // With TZ unset the zone file is looked at again no more often than this:
 // the host's watcher notices a zone change only on its one-second check and
@@ -260,7 +262,8 @@ bool LocalZone::agreesWithCLibrary(const Span& span, qint64 before, qint64 after
         return false;
     if (endIsTransition && !matchesCLibrary(last + 1, after))
         return false;
-    for (qint64 sec = first; sec < last; sec += kProbeEvery / 1000) {
+    const qint64 step = qMax(kProbeEvery / 1000, (last - first) / kMostProbes);
+    for (qint64 sec = first; sec < last; sec += step) {
         if (!matchesCLibrary(sec, span.offset))
             return false;
     }
