@@ -4,6 +4,7 @@
 #include "accountmanager.h"
 #include "contentcipher.h"
 #include "filemanager.h"
+#include "localzone.h"
 #include "mediasendermodel.h"
 #include "reminderhandler.h"
 #include "remindermodel.h"
@@ -117,6 +118,9 @@ void DeviceSession::catchUpWithTheClock()
 
 void DeviceSession::followTimeZone(const QByteArray& oldZoneId, const QByteArray& newZoneId)
 {
+    // The calendar's view of the local zone looks at the zone file only now
+    // and then; what follows must already compute in the new zone.
+    LocalZone::systemZoneChanged();
     const QTimeZone from(oldZoneId);
     const QTimeZone to(newZoneId);
     if (m_loaded && from.isValid() && to.isValid() && oldZoneId != newZoneId) {

@@ -760,7 +760,7 @@ qint64 ReminderItem::snoozeStep(int minutes)
     return qint64(wrappingProduct(minutes, 60000));
 }
 
-qint64 ReminderItem::occurrence(const QDateTime& anchor, const QDateTime& from, qint64 otherwise) const
+qint64 ReminderItem::occurrence(qint64 anchor, qint64 from, qint64 otherwise) const
 {
     switch (m_unit) {
     case 0: return nextDayOccurrence(anchor, from, m_interval);
@@ -776,7 +776,7 @@ qint64 ReminderItem::nextRemindTime() const
 {
     if (m_interval < 1 || showRemindTime() < 1)
         return m_remindTime;
-    return occurrence(local(originalRemindTime()), local(now()), m_remindTime);
+    return occurrence(originalRemindTime(), now(), m_remindTime);
 }
 
 qint64 ReminderItem::nextRemindTimeFromShow() const
@@ -784,7 +784,7 @@ qint64 ReminderItem::nextRemindTimeFromShow() const
     const qint64 show = showRemindTime();
     if (m_interval <= 0 || show <= 0)
         return m_remindTime;
-    return occurrence(local(show), local(qMax(now(), saturatingSum(show, 1000))), m_remindTime);
+    return occurrence(show, qMax(now(), saturatingSum(show, 1000)), m_remindTime);
 }
 
 ReminderItem::SeriesEnd ReminderItem::endOnDay(const QDate& day, const QTime& time, bool forward)
@@ -913,7 +913,7 @@ void ReminderItem::advanceRemindTime(bool fromShow, bool updateShow)
         t = m_remindTime;
         const qint64 show = showRemindTime();
         if (show > 0)
-            t = occurrence(local(show), local(qMax(now(), saturatingSum(show, 1000))), t);
+            t = occurrence(show, qMax(now(), saturatingSum(show, 1000)), t);
     } else {
         t = nextRemindTime();
     }

@@ -188,7 +188,7 @@ private:
     void takeUnreadSameSeries(const im::content::Reminder& msg);
     void takeContent(const im::content::ReminderContent& rc, AccountBase* account);
     QString searchableText() const;
-    qint64 occurrence(const QDateTime& anchor, const QDateTime& from, qint64 otherwise) const;
+    qint64 occurrence(qint64 anchor, qint64 from, qint64 otherwise) const;
     // The last day of the series, or why there is none.
     struct SeriesEnd
     {

@@ -2,6 +2,7 @@
 
 #include "accountmanager.h"
 #include "appsettingmodel.h"
+#include "localzone.h"
 #include "modelbaseutil.h"
 #include "util.h"
 
@@ -37,77 +38,177 @@ qint64 msecs(const QDate& date, const QTime& time)
     return moment.isValid() ? moment.toMSecsSinceEpoch() : 0;
 }
 
-} // namespace
-
-qint64 nextDayOccurrence(const QDateTime& anchor, const QDateTime& from, int interval)
+// The walks below ask their moments from one of two sources. Each moment is
+// a day of the walk at the anchor's time of day, compared with `from`.
+//
+// Qt's local date-times: exact everywhere, gaps, repeated hours and the ends
+// of the calendar included, and slow (each conversion goes through the C
+// library's zone, which with TZ unset re-reads the zone file's status).
+class QtMoments
 {
-    if (interval < 1 || !anchor.isValid() || !from.isValid())
-        return 0;
-    const QTime time = anchor.time();
-    QDate day = from.date();
-    const qint64 k = anchor.date().daysTo(day);
+public:
+    using Moment = QDateTime;
+
+    QtMoments(const QTime& time, const QDateTime& from)
+        : m_time(time)
+        , m_from(from)
+    {
+    }
+
+    Moment at(const QDate& day) const { return atTime(day, m_time); }
+    static bool valid(const Moment& moment) { return moment.isValid(); }
+    bool beforeFrom(const Moment& moment) const { return moment < m_from; }
+    bool afterFrom(const Moment& moment) const { return m_from < moment; }
+    qint64 result(const QDate& day) const { return msecs(day, m_time); }
+
+private:
+    QTime m_time;
+    QDateTime m_from;
+};
+
+constexpr qint64 kEpochJulianDay = 2440588; // 1970-01-01
+constexpr qint64 kMsPerDay = LocalZone::kMsPerDay;
+
+// Milliseconds since 1970-01-01 00:00 of a day at a time of day, for the
+// days the local zone mirror can cover at all (its range and a day more).
+bool wallTime(const QDate& day, qint64 msOfDay, qint64* wall)
+{
+    const qint64 days = day.toJulianDay() - kEpochJulianDay;
+    if (!day.isValid() || days < -1 || days > 84007)
+        return false;
+    *wall = days * kMsPerDay + msOfDay;
+    return true;
+}
+
+QDate dateOfWall(qint64 wall)
+{
+    qint64 days = wall / kMsPerDay;
+    if (wall % kMsPerDay < 0)
+        --days;
+    return QDate::fromJulianDay(days + kEpochJulianDay);
+}
+
+qint64 timeOfWall(qint64 wall)
+{
+    const qint64 rest = wall % kMsPerDay;
+    return rest < 0 ? rest + kMsPerDay : rest;
+}
+
+// Instants from the local zone mirror: as Qt's where every moment of the
+// walk names exactly one instant, which is all the mirror answers. Then Qt
+// compares the two date-times as it compares their instants. A moment the
+// mirror does not answer fails the whole walk, which is then run again on
+// QtMoments: its result is only used when nothing failed.
+//
+// Deliberate: a time of day the clocks show twice stays with Qt, although
+// which of its two instants Qt names depends on the conversions made before
+// (glibc's mktime starts from the offset it found last): answers there are
+// what they were, not a new choice.
+class MirrorMoments
+{
+public:
+    struct Moment
+    {
+        qint64 msecs = 0;
+        bool ok = false;
+    };
+
+    MirrorMoments(LocalZone& zone, qint64 msOfDay, qint64 from)
+        : m_zone(zone)
+        , m_msOfDay(msOfDay)
+        , m_from(from)
+    {
+    }
+
+    Moment at(const QDate& day)
+    {
+        Moment moment;
+        qint64 wall = 0;
+        moment.ok = wallTime(day, m_msOfDay, &wall) && m_zone.toInstant(wall, &moment.msecs);
+        if (!moment.ok)
+            m_failed = true;
+        return moment;
+    }
+    static bool valid(const Moment& moment) { return moment.ok; }
+    bool beforeFrom(const Moment& moment) const { return moment.msecs < m_from; }
+    bool afterFrom(const Moment& moment) const { return m_from < moment.msecs; }
+    qint64 result(const QDate& day)
+    {
+        const Moment moment = at(day);
+        return moment.ok ? moment.msecs : 0;
+    }
+    bool failed() const { return m_failed; }
+
+private:
+    LocalZone& m_zone;
+    qint64 m_msOfDay;
+    qint64 m_from;
+    bool m_failed = false;
+};
+
+template <typename Moments>
+qint64 walkDays(Moments& moments, const QDate& anchorDate, const QDate& fromDate, int interval)
+{
+    QDate day = fromDate;
+    const qint64 k = anchorDate.daysTo(day);
     // The remainder keeps the sign of -k: a day after the anchor moves back
     // to the last phased day.
     day = day.addDays((-k) % interval);
     while (day.isValid()) {
-        const QDateTime moment = atTime(day, time);
+        const auto moment = moments.at(day);
         // Walking on could not reach a moment again: no occurrence.
-        if (!moment.isValid())
+        if (!moments.valid(moment))
             return 0;
-        if (!(moment < from))
+        if (!moments.beforeFrom(moment))
             break;
         day = day.addDays(interval);
     }
-    return msecs(day, time);
+    return moments.result(day);
 }
 
-qint64 nextWeekOccurrence(const QDateTime& anchor, const QDateTime& from, int interval, int dayOfWeekFlags)
+template <typename Moments>
+qint64 walkWeeks(Moments& moments, const QDate& anchorDate, const QDate& fromDate, int interval, int dayOfWeekFlags)
 {
-    if (interval < 1 || !anchor.isValid() || !from.isValid())
-        return 0;
-    QList<int> days;
+    int days[7];
+    int dayCount = 0;
     for (int d = 1; d <= 7; ++d) {
         if (dayOfWeekFlags & ModelBaseUtil::dayOfWeekToFlag(d))
-            days.append(d);
+            days[dayCount++] = d;
     }
-    if (days.isEmpty())
+    if (dayCount == 0)
         return 0;
 
-    const QTime time = anchor.time();
     const qint64 period = 7 * qint64(interval);
-    QDate monday = from.date();
-    const qint64 k = anchor.date().daysTo(monday);
+    QDate monday = fromDate;
+    const qint64 k = anchorDate.daysTo(monday);
     monday = monday.addDays((-k) % period);
     monday = monday.addDays(1 - monday.dayOfWeek());
 
     while (monday.isValid()) {
         QDate day = monday;
         int previous = 1;
-        for (int d : days) {
+        for (int i = 0; i < dayCount; ++i) {
+            const int d = days[i];
             int step = d - previous;
             if (step < 0)
                 step += 7;
             day = day.addDays(step);
             previous = d;
-            const QDateTime moment = atTime(day, time);
-            if (!moment.isValid())
+            const auto moment = moments.at(day);
+            if (!moments.valid(moment))
                 return 0;
-            if (from < moment)
-                return msecs(day, time);
+            if (moments.afterFrom(moment))
+                return moments.result(day);
         }
         monday = monday.addDays(period);
     }
     return 0;
 }
 
-qint64 nextMonthOccurrence(const QDateTime& anchor, const QDateTime& from, int interval, int dayOfMonth,
-                           int weekOfMonth, int dayOfWeekFlags)
+template <typename Moments>
+qint64 walkMonths(Moments& moments, const QDate& anchorDate, const QDate& fromDate, int interval, int dayOfMonth,
+                  int weekOfMonth, int dayOfWeekFlags)
 {
-    if (interval < 1 || !anchor.isValid() || !from.isValid())
-        return 0;
-    const QTime time = anchor.time();
-    const QDate fromDate = from.date();
-    const QDate anchorDate = anchor.date();
     const qint64 m = (qint64(fromDate.year()) - anchorDate.year()) * 12 + fromDate.month() - anchorDate.month();
     QDate d = fromDate.addMonths(int((-m) % interval));
     if (!d.isValid())
@@ -115,7 +216,7 @@ qint64 nextMonthOccurrence(const QDateTime& anchor, const QDateTime& from, int i
 
     if (dayOfMonth == 0) {
         if (weekOfMonth == 0)
-            return msecs(d, time);
+            return moments.result(d);
         const int n = (weekOfMonth < 0 ? -(qint64(weekOfMonth)) : qint64(weekOfMonth)) % 256;
         const int w = ModelBaseUtil::flagToDayOfWeek(dayOfWeekFlags);
         while (d.isValid()) {
@@ -142,11 +243,11 @@ qint64 nextMonthOccurrence(const QDateTime& anchor, const QDateTime& from, int i
                     o -= 7;
                 day = last.addDays(-o);
             }
-            const QDateTime moment = atTime(day, time);
-            if (!moment.isValid())
+            const auto moment = moments.at(day);
+            if (!moments.valid(moment))
                 return 0;
-            if (from < moment)
-                return msecs(day, time);
+            if (moments.afterFrom(moment))
+                return moments.result(day);
             d = d.addMonths(interval);
         }
         return 0;
@@ -160,14 +261,124 @@ qint64 nextMonthOccurrence(const QDateTime& anchor, const QDateTime& from, int i
         const int target = dayOfMonth < 0 ? qMax(1, length - n + 1) : qMin(n, length);
         if (d.day() != target)
             d = QDate(d.year(), d.month(), target);
-        const QDateTime moment = atTime(d, time);
-        if (!moment.isValid())
+        const auto moment = moments.at(d);
+        if (!moments.valid(moment))
             return 0;
-        if (from < moment)
+        if (moments.afterFrom(moment))
             break;
         d = d.addMonths(interval);
     }
-    return msecs(d, time);
+    return moments.result(d);
+}
+
+// A walk from date-times: on the mirror when `from` is an instant it can
+// name (a local `from` that names exactly one), else or when the mirror
+// fails, on Qt's date-times.
+template <typename Walk>
+qint64 walkFromDateTimes(const QDateTime& anchor, const QDateTime& from, Walk walk)
+{
+    const QDate anchorDate = anchor.date();
+    const QTime time = anchor.time();
+    const QDate fromDate = from.date();
+    LocalZone& zone = LocalZone::current();
+    qint64 fromMs = 0;
+    bool fromKnown = false;
+    if (from.timeSpec() == Qt::LocalTime) {
+        qint64 wall = 0;
+        fromKnown = wallTime(fromDate, from.time().msecsSinceStartOfDay(), &wall) && zone.toInstant(wall, &fromMs);
+    } else {
+        // Qt compares a local date-time with one of another kind by their
+        // instants.
+        fromMs = from.toMSecsSinceEpoch();
+        fromKnown = true;
+    }
+    if (fromKnown) {
+        MirrorMoments mirror(zone, time.msecsSinceStartOfDay(), fromMs);
+        const qint64 found = walk(mirror, anchorDate, fromDate);
+        if (!mirror.failed())
+            return found;
+    }
+    QtMoments exact(time, from);
+    return walk(exact, anchorDate, fromDate);
+}
+
+// A walk from instants, as from their local date-times.
+template <typename Walk>
+qint64 walkFromInstants(qint64 anchorMs, qint64 fromMs, Walk walk)
+{
+    LocalZone& zone = LocalZone::current();
+    qint64 anchorWall = 0;
+    qint64 fromWall = 0;
+    if (zone.toLocal(anchorMs, &anchorWall) && zone.toLocal(fromMs, &fromWall)) {
+        MirrorMoments mirror(zone, timeOfWall(anchorWall), fromMs);
+        const qint64 found = walk(mirror, dateOfWall(anchorWall), dateOfWall(fromWall));
+        if (!mirror.failed())
+            return found;
+    }
+    const QDateTime anchor = QDateTime::fromMSecsSinceEpoch(anchorMs);
+    const QDateTime from = QDateTime::fromMSecsSinceEpoch(fromMs);
+    if (!anchor.isValid() || !from.isValid())
+        return 0;
+    QtMoments exact(anchor.time(), from);
+    return walk(exact, anchor.date(), from.date());
+}
+
+} // namespace
+
+qint64 nextDayOccurrence(const QDateTime& anchor, const QDateTime& from, int interval)
+{
+    if (interval < 1 || !anchor.isValid() || !from.isValid())
+        return 0;
+    return walkFromDateTimes(anchor, from, [interval](auto& moments, const QDate& anchorDate, const QDate& fromDate) {
+        return walkDays(moments, anchorDate, fromDate, interval);
+    });
+}
+
+qint64 nextWeekOccurrence(const QDateTime& anchor, const QDateTime& from, int interval, int dayOfWeekFlags)
+{
+    if (interval < 1 || !anchor.isValid() || !from.isValid())
+        return 0;
+    return walkFromDateTimes(anchor, from, [=](auto& moments, const QDate& anchorDate, const QDate& fromDate) {
+        return walkWeeks(moments, anchorDate, fromDate, interval, dayOfWeekFlags);
+    });
+}
+
+qint64 nextMonthOccurrence(const QDateTime& anchor, const QDateTime& from, int interval, int dayOfMonth,
+                           int weekOfMonth, int dayOfWeekFlags)
+{
+    if (interval < 1 || !anchor.isValid() || !from.isValid())
+        return 0;
+    return walkFromDateTimes(anchor, from, [=](auto& moments, const QDate& anchorDate, const QDate& fromDate) {
+        return walkMonths(moments, anchorDate, fromDate, interval, dayOfMonth, weekOfMonth, dayOfWeekFlags);
+    });
+}
+
+qint64 nextDayOccurrence(qint64 anchor, qint64 from, int interval)
+{
+    if (interval < 1)
+        return 0;
+    return walkFromInstants(anchor, from, [interval](auto& moments, const QDate& anchorDate, const QDate& fromDate) {
+        return walkDays(moments, anchorDate, fromDate, interval);
+    });
+}
+
+qint64 nextWeekOccurrence(qint64 anchor, qint64 from, int interval, int dayOfWeekFlags)
+{
+    if (interval < 1)
+        return 0;
+    return walkFromInstants(anchor, from, [=](auto& moments, const QDate& anchorDate, const QDate& fromDate) {
+        return walkWeeks(moments, anchorDate, fromDate, interval, dayOfWeekFlags);
+    });
+}
+
+qint64 nextMonthOccurrence(qint64 anchor, qint64 from, int interval, int dayOfMonth, int weekOfMonth,
+                           int dayOfWeekFlags)
+{
+    if (interval < 1)
+        return 0;
+    return walkFromInstants(anchor, from, [=](auto& moments, const QDate& anchorDate, const QDate& fromDate) {
+        return walkMonths(moments, anchorDate, fromDate, interval, dayOfMonth, weekOfMonth, dayOfWeekFlags);
+    });
 }
 
 // ---------------------------------------------------------------- editor

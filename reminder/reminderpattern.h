@@ -162,3 +162,11 @@ REMINDER_EXPORT qint64 nextWeekOccurrence(const QDateTime& anchor, const QDateTi
 // the phased month's date as found, without comparing with `from`.
 REMINDER_EXPORT qint64 nextMonthOccurrence(const QDateTime& anchor, const QDateTime& from, int interval,
                                            int dayOfMonth, int weekOfMonth, int dayOfWeekFlags);
+
+// The same rules from two instants in ms since the epoch, read as local
+// date-times (QDateTime::fromMSecsSinceEpoch): what a reminder's time rules
+// call. The answers are those of the forms above for those date-times.
+REMINDER_EXPORT qint64 nextDayOccurrence(qint64 anchor, qint64 from, int interval);
+REMINDER_EXPORT qint64 nextWeekOccurrence(qint64 anchor, qint64 from, int interval, int dayOfWeekFlags);
+REMINDER_EXPORT qint64 nextMonthOccurrence(qint64 anchor, qint64 from, int interval, int dayOfMonth,
+                                           int weekOfMonth, int dayOfWeekFlags);

@@ -16,6 +16,7 @@ packages=(
     libsqlite3-dev sqlite3
     libsodium-dev
     libicu-dev
+    libical-dev
     tzdata
     dbus-daemon
     valgrind gnuplot-nox

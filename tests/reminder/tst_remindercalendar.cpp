@@ -1,5 +1,6 @@
 // The calendar helpers: next day, week and month occurrences. Run under
 // several time zones (the suite sets TZ).
+#include "clockchanges.h"
 #include "modelbaseutil.h"
 #include "reminderpattern.h"
 
@@ -163,6 +164,7 @@ private slots:
     void anchorTimeSkippedByClockChangeIsPushedForward();
     void anchorTimeRepeatedByClockChangeKeepsWallClockTime();
     void bruteForceAgreesWithDayByDayWalk();
+    void nearClockChangesAgreesWithDayByDayWalk();
 };
 
 void TestReminderCalendar::dailyEqualToFromIsAccepted()
@@ -435,6 +437,42 @@ void TestReminderCalendar::anchorTimeRepeatedByClockChangeKeepsWallClockTime()
     QCOMPARE(got.time(), QTime(1, 30));
 }
 
+// One random rule from `anchor`, asked from `from`, against the day-by-day
+// walk; false (with the message) when they differ.
+bool agreesWithWalk(QRandomGenerator& rng, int kind, const QDateTime& anchor, const QDateTime& from,
+                    QString* message)
+{
+    const int n = 1 + rng.bounded(kind == 0 ? 10 : 5);
+    int dayFlags = 0;
+    int dom = 0;
+    int wom = 0;
+    qint64 got = 0;
+    if (kind == 0) {
+        got = nextDayOccurrence(anchor, from, n);
+    } else if (kind == 1) {
+        dayFlags = 1 + rng.bounded(127);
+        got = nextWeekOccurrence(anchor, from, n, dayFlags);
+    } else {
+        if (rng.bounded(2)) {
+            dom = (1 + rng.bounded(31)) * (rng.bounded(2) ? 1 : -1);
+        } else {
+            wom = (1 + rng.bounded(5)) * (rng.bounded(2) ? 1 : -1);
+            dayFlags = ModelBaseUtil::dayOfWeekToFlag(1 + rng.bounded(7));
+        }
+        got = nextMonthOccurrence(anchor, from, n, dom, wom, dayFlags);
+    }
+    const qint64 expected = oracle(kind, anchor, from, n, dom, wom, dayFlags);
+    // Not before `from` (daily) or strictly after it (weekly, monthly).
+    const bool inOrder = kind == 0 ? got >= from.toMSecsSinceEpoch() : got > from.toMSecsSinceEpoch();
+    if (got == expected && inOrder)
+        return true;
+    *message = QStringLiteral("kind %1 anchor %2 from %3 n %4 dom %5 wom %6 days %7: got %8, walk %9")
+                   .arg(kind).arg(anchor.toString(Qt::ISODate), from.toString(Qt::ISODate)).arg(n).arg(dom)
+                   .arg(wom).arg(dayFlags)
+                   .arg(local(got).toString(Qt::ISODate), local(expected).toString(Qt::ISODate));
+    return false;
+}
+
 void TestReminderCalendar::bruteForceAgreesWithDayByDayWalk()
 {
     const quint32 seed = qEnvironmentVariableIsSet("CALENDAR_SEED")
@@ -443,43 +481,45 @@ void TestReminderCalendar::bruteForceAgreesWithDayByDayWalk()
     QRandomGenerator rng(seed);
     int checked = 0;
     for (int round = 0; round < 3000; ++round) {
-        const int kind = round % 3;
         const QDate anchorDate = QDate(2000, 1, 1).addDays(rng.bounded(365 * 30));
         const QTime anchorTime(rng.bounded(24), rng.bounded(4) * 15);
         const QDateTime anchor = moment(anchorDate, anchorTime);
         // `from` up to ten years after the anchor.
         const QDateTime from = anchor.addSecs(qint64(rng.bounded(3650 * 24)) * 3600 + rng.bounded(3600));
-        const int n = 1 + rng.bounded(kind == 0 ? 10 : 5);
-        int dayFlags = 0;
-        int dom = 0;
-        int wom = 0;
-        qint64 got = 0;
-        if (kind == 0) {
-            got = nextDayOccurrence(anchor, from, n);
-        } else if (kind == 1) {
-            dayFlags = 1 + rng.bounded(127);
-            got = nextWeekOccurrence(anchor, from, n, dayFlags);
-        } else {
-            if (rng.bounded(2)) {
-                dom = (1 + rng.bounded(31)) * (rng.bounded(2) ? 1 : -1);
-            } else {
-                wom = (1 + rng.bounded(5)) * (rng.bounded(2) ? 1 : -1);
-                dayFlags = ModelBaseUtil::dayOfWeekToFlag(1 + rng.bounded(7));
-            }
-            got = nextMonthOccurrence(anchor, from, n, dom, wom, dayFlags);
-        }
-        const qint64 expected = oracle(kind, anchor, from, n, dom, wom, dayFlags);
-        QVERIFY2(got == expected,
-                 qPrintable(QStringLiteral("seed %1 round %2 kind %3 anchor %4 from %5 n %6 dom %7 wom %8 "
-                                           "days %9: got %10, walk %11")
-                                .arg(seed).arg(round).arg(kind).arg(anchor.toString(Qt::ISODate))
-                                .arg(from.toString(Qt::ISODate)).arg(n).arg(dom).arg(wom).arg(dayFlags)
-                                .arg(local(got).toString(Qt::ISODate), local(expected).toString(Qt::ISODate))));
-        // Not before `from` (daily) or strictly after it (weekly, monthly).
-        QVERIFY(kind == 0 ? got >= from.toMSecsSinceEpoch() : got > from.toMSecsSinceEpoch());
+        QString message;
+        QVERIFY2(agreesWithWalk(rng, round % 3, anchor, from, &message),
+                 qPrintable(QStringLiteral("seed %1 round %2 %3").arg(seed).arg(round).arg(message)));
         ++checked;
     }
     QCOMPARE(checked, 3000);
+}
+
+void TestReminderCalendar::nearClockChangesAgreesWithDayByDayWalk()
+{
+    // From-times within two days of each clock change of 2020-2030 in this
+    // zone, anchors at times of day around the change's.
+    const QList<QDateTime> changes = clockChanges(2020, 2030);
+    if (changes.isEmpty())
+        QSKIP("this time zone changes its clocks no time in 2020-2030");
+    QRandomGenerator rng(20261124u);
+    int checked = 0;
+    for (const QDateTime& change : std::as_const(changes)) {
+        for (int round = 0; round < 60; ++round) {
+            const QDateTime from = local(change.toMSecsSinceEpoch() + qint64(rng.bounded(4 * 24 * 60)) * 60000
+                                         - 2 * 86400000LL + rng.bounded(60000));
+            const QTime time = local(change.toMSecsSinceEpoch()).time().addSecs(qint64(rng.bounded(16)) * 900 - 7200);
+            const QDateTime anchor = moment(from.date().addDays(-qint64(rng.bounded(1500))), time);
+            // Which instant a time shown twice names depends on the
+            // conversions before it, for the walk as for the helpers.
+            if (shownTwice(anchor) || shownTwice(from) || shownTwice(QDateTime(from.date(), time))
+                || shownTwice(QDateTime(from.date().addDays(1), time)))
+                continue;
+            QString message;
+            QVERIFY2(agreesWithWalk(rng, round % 3, anchor, from, &message), qPrintable(message));
+            ++checked;
+        }
+    }
+    QVERIFY(checked > changes.size() * 30);
 }
 
 QTEST_GUILESS_MAIN(TestReminderCalendar)
