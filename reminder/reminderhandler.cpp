@@ -1628,10 +1628,11 @@ void ReminderHandler::search(QString keyword)
         // in chunks, one posted call each, and the list takes them in the
         // store's order as if one by one.
         const QStringList ids = store->idsWithKeyword(keyword, 0);
+        results->reserveIndex(ids.size());
         for (qsizetype from = 0; from < ids.size(); from += kSearchChunk) {
             if (isStopped())
                 return;
-            QList<ReminderItemPtr> items = main->itemsByIds(ids.mid(from, kSearchChunk));
+            QList<ReminderItemPtr> items = main->itemsByIds(ids, from, kSearchChunk);
             if (items.isEmpty())
                 continue;
             CrossThread::invoke(results, [self, results, items = std::move(items), generation] {

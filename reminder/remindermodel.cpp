@@ -354,17 +354,25 @@ void ReminderModel::insertItems(const QList<ReminderItemPtr>& items)
     emit countChanged();
 }
 
-QList<ReminderItemPtr> ReminderModel::itemsByIds(const QStringList& remindIds) const
+QList<ReminderItemPtr> ReminderModel::itemsByIds(const QStringList& remindIds, qsizetype from,
+                                                qsizetype count) const
 {
+    const qsizetype end = std::min(remindIds.size(), from + count);
     QList<ReminderItemPtr> items;
-    items.reserve(remindIds.size());
+    items.reserve(std::max<qsizetype>(0, end - from));
     SyncLocker locker(&m_indexLock);
-    for (const QString& id : remindIds) {
-        const auto it = m_index.constFind(id);
+    for (qsizetype i = from; i < end; ++i) {
+        const auto it = m_index.constFind(remindIds.at(i));
         if (it != m_index.cend())
             items.append(it.value());
     }
     return items;
+}
+
+void ReminderModel::reserveIndex(qsizetype more)
+{
+    SyncLocker locker(&m_indexLock);
+    m_index.reserve(m_index.size() + more);
 }
 
 ReminderItemPtr ReminderModel::itemById(const QString& remindId) const

@@ -149,9 +149,12 @@ private:
     // last (the results of a search, in the store's order): the count
     // signals then come once.
     void insertEach(const QList<ReminderItemPtr>& items);
-    // The items stored under those ids, in that order; ids without an item
-    // are left out. One lock for all.
-    QList<ReminderItemPtr> itemsByIds(const QStringList& remindIds) const;
+    // The items stored under remindIds[from .. from + count), in that
+    // order; ids without an item are left out. One lock for all.
+    QList<ReminderItemPtr> itemsByIds(const QStringList& remindIds, qsizetype from, qsizetype count) const;
+    // Room in the id index for this many more items, made at once rather
+    // than grown chunk by chunk. Safe from any thread.
+    void reserveIndex(qsizetype more);
 
     static qint64 sortTime(const ReminderItemPtr& item);
     // Where key goes in a list sorted by descending sort time; *found tells
