@@ -49,8 +49,11 @@ namespace {
 // The host's message type of a reminder notification.
 constexpr int kReminderMessageType = 2005;
 
-// How many search results one posted call carries to the search list.
-constexpr int kSearchChunk = 4096;
+// How many search results one posted call carries to the search list: the
+// first few, so that the list starts taking them while the next are looked
+// up, then twice as many each time up to the most.
+constexpr qsizetype kFirstSearchChunk = 256;
+constexpr qsizetype kMostSearchChunk = 4096;
 // Scene code of contents shown inside a reminder.
 constexpr int kReminderScene = 8;
 // The highest stored remind sequence that loading takes: new ids count on
@@ -1629,10 +1632,11 @@ void ReminderHandler::search(QString keyword)
         // store's order as if one by one.
         const QStringList ids = store->idsWithKeyword(keyword, 0);
         results->reserveIndex(ids.size());
-        for (qsizetype from = 0; from < ids.size(); from += kSearchChunk) {
+        qsizetype chunk = kFirstSearchChunk;
+        for (qsizetype from = 0; from < ids.size(); from += chunk, chunk = std::min(chunk * 2, kMostSearchChunk)) {
             if (isStopped())
                 return;
-            QList<ReminderItemPtr> items = main->itemsByIds(ids, from, kSearchChunk);
+            QList<ReminderItemPtr> items = main->itemsByIds(ids, from, chunk);
             if (items.isEmpty())
                 continue;
             CrossThread::invoke(results, [self, results, items = std::move(items), generation] {
