@@ -354,14 +354,22 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
     const qint64 remindTime = item->remindTime();
     storage::ReminderStorage* store = m_account->storage()->reminderStorage();
     QPointer<ReminderHandler> self(this);
-    runOnStorage([self, store, type, write, info, id, remindTime, item, done] {
-        if (type == UpdateAll && write)
-            store->save(info);
-        else if (type == UpdateRemindTime)
-            store->updateRemindTime(id, remindTime);
-        if (done && self)
-            CrossThread::invoke(self.data(), done);
-    });
+    // A write that shares its commit with the writes queued around it; its
+    // completion is held until that commit (the handler waits for the
+    // worker before it goes, so it is still there to receive it).
+    ThreadManager::getInstance()->invokeWrite(
+        [self, handler = this, store, type, write, info, id, remindTime, item, done] {
+            if (type == UpdateAll && write)
+                store->save(info);
+            else if (type == UpdateRemindTime)
+                store->updateRemindTime(id, remindTime);
+            if (done)
+                ThreadManager::getInstance()->reportTo(handler, [self, done] {
+                    if (self)
+                        done();
+                });
+        },
+        onMainThread());
 }
 
 // ------------------------------------------------ remind timer, notifying

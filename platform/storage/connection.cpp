@@ -2,8 +2,11 @@
 
 #include "searchfold_p.h"
 #include "storagesql.h"
+#include "writebatch.h"
 
 #include "synclocker.h"
+
+#include "imlog.h"
 
 #include <sqlite3.h>
 
@@ -67,13 +70,126 @@ SqliteSchema accountSchema()
 Connection::Connection(const QString& path)
     : m_file(path, QStringLiteral("storage"), accountSchema(), SqliteFile::Threading::Shared)
 {
+    WriteBatch::add(this);
 }
 
 Connection::~Connection()
 {
+    // Out of the registry first (its lock comes before ours), then the
+    // group still open is committed: its writes were handed in before the
+    // connection went.
+    WriteBatch::remove(this);
     // No store may be halfway through a statement while the file closes.
     SyncLocker lock(&m_mutex);
+    if (m_groupOpen && m_file.isOpen()) {
+        if (!m_file.exec("COMMIT"))
+            m_file.exec("ROLLBACK");
+        m_groupOpen = false;
+    }
     m_file.close();
+}
+
+bool Connection::beginWrite(bool severalStatements)
+{
+    if (!m_file.isOpen())
+        return false;
+    if (WriteBatch::isActive()) {
+        if (!m_groupOpen) {
+            if (!m_file.exec("BEGIN IMMEDIATE"))
+                return false;
+            m_groupOpen = true;
+        }
+        if (severalStatements && !m_file.exec("SAVEPOINT storage_write"))
+            return false;
+        m_write = severalStatements ? WriteKind::InGroup : WriteKind::Single;
+        return true;
+    }
+    if (m_groupOpen) {
+        if (!m_file.exec("SAVEPOINT storage_write"))
+            return false;
+        m_write = WriteKind::InOthersGroup;
+        return true;
+    }
+    if (severalStatements) {
+        if (!m_file.exec("BEGIN IMMEDIATE"))
+            return false;
+        m_write = WriteKind::Own;
+        return true;
+    }
+    m_write = WriteKind::Single;
+    return true;
+}
+
+bool Connection::endWrite(bool ok)
+{
+    const WriteKind kind = m_write;
+    m_write = WriteKind::None;
+    sqlite3* db = m_file.handle();
+    switch (kind) {
+    case WriteKind::None:
+        return false;
+    case WriteKind::Single: {
+        const bool grouped = m_groupOpen;
+        checkGroupAlive();
+        return ok && m_groupOpen == grouped;
+    }
+    case WriteKind::Own:
+        if (ok && m_file.exec("COMMIT"))
+            return true;
+        if (db && !sqlite3_get_autocommit(db))
+            m_file.exec("ROLLBACK");
+        return false;
+    case WriteKind::InGroup:
+    case WriteKind::InOthersGroup:
+        checkGroupAlive();
+        if (!m_groupOpen)
+            return false; // this write went with the group
+        if (!ok || !m_file.exec("RELEASE storage_write")) {
+            ok = false;
+            m_file.exec("ROLLBACK TO storage_write");
+            m_file.exec("RELEASE storage_write");
+        }
+        if (kind == WriteKind::InOthersGroup) {
+            m_groupOpen = false;
+            if (!m_file.exec("COMMIT")) {
+                ok = false;
+                if (db && !sqlite3_get_autocommit(db))
+                    m_file.exec("ROLLBACK");
+            }
+        }
+        return ok;
+    }
+    return false;
+}
+
+void Connection::checkGroupAlive()
+{
+    sqlite3* db = m_file.handle();
+    if (m_groupOpen && (!db || sqlite3_get_autocommit(db))) {
+        // An I/O error, a full disk or lack of memory can end the whole
+        // transaction: the grouped writes before this one are gone too.
+        m_groupOpen = false;
+        ImLog::instance()->error(QStringLiteral("storage: a group of writes to %1 was rolled back after an error; "
+                                                "its writes are lost")
+                                     .arg(m_file.path()));
+    }
+}
+
+bool Connection::commitGroup()
+{
+    SyncLocker lock(&m_mutex);
+    checkGroupAlive();
+    if (!m_groupOpen)
+        return true;
+    m_groupOpen = false;
+    if (m_file.exec("COMMIT"))
+        return true;
+    sqlite3* db = m_file.handle();
+    if (db && !sqlite3_get_autocommit(db))
+        m_file.exec("ROLLBACK");
+    ImLog::instance()->error(
+        QStringLiteral("storage: a group of writes to %1 could not be committed; its writes are lost").arg(m_file.path()));
+    return false;
 }
 
 } // namespace storage

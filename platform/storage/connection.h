@@ -27,6 +27,8 @@ public:
     QString path() const { return m_file.path(); }
     // Where a database that could not be opened was moved, or empty.
     QString movedAsidePath() const { return m_file.movedAsidePath(); }
+    // Whether opening read every page (SqliteFile::fullyChecked).
+    bool fullyChecked() const { return m_file.fullyChecked(); }
 
     QMutex& mutex() { return m_mutex; }
     sqlite3* handle() const { return m_file.handle(); }
@@ -39,9 +41,38 @@ public:
     // Logs the connection's last error with the operation's name.
     void logError(const char* what) const { m_file.logError(what); }
 
+    // Every write runs between beginWrite() and endWrite(), with the lock
+    // held (and WriteBatch::enter() called before taking it). On the
+    // grouping thread the write joins the open group (WriteBatch); written
+    // with several statements it is a savepoint inside the group, so that a
+    // failure takes back only its own statements. Elsewhere a write of
+    // several statements is a transaction of its own and a single statement
+    // commits by itself; should another thread's group be open, the write
+    // commits that group along with itself. beginWrite() false: nothing
+    // was begun and endWrite() is not called. endWrite(ok) commits (or,
+    // when ok is false, takes back) and returns whether the write holds.
+    bool beginWrite(bool severalStatements);
+    bool endWrite(bool ok);
+    // Commits the open group, if any (WriteBatch::commit); takes the lock.
+    bool commitGroup();
+
 private:
+    // Notices a group that SQLite rolled back after an error.
+    void checkGroupAlive();
+
+    enum class WriteKind {
+        None,
+        Single,           // one statement, committed by itself or in the group
+        Own,              // several statements in a transaction of their own
+        InGroup,          // several statements in a savepoint of the group
+        InOthersGroup,    // a savepoint, then the whole group is committed
+    };
+
     QMutex m_mutex;
     SqliteFile m_file;
+    // Guarded by m_mutex.
+    bool m_groupOpen = false;
+    WriteKind m_write = WriteKind::None;
 };
 
 } // namespace storage
