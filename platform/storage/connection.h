@@ -2,11 +2,16 @@
 
 #include "sqlitefile.h"
 
+#include <QByteArray>
 #include <QMutex>
 #include <QString>
 
+#include <vector>
+
 struct sqlite3;
 struct sqlite3_stmt;
+struct sqlite3_context;
+struct sqlite3_value;
 
 namespace storage {
 
@@ -55,8 +60,22 @@ public:
     bool endWrite(bool ok);
     // Commits the open group, if any (WriteBatch::commit); takes the lock.
     bool commitGroup();
+    // Does the search index work that the open group has put off, so that
+    // a lookup in the index finds the group's rows; call with the lock held
+    // before reading the index. Nothing to do outside a group.
+    bool indexDeferred();
 
 private:
+    struct DeferredIndexWork
+    {
+        qint64 rowid;
+        // The folded text the index holds for the row; null: the row was
+        // not indexed (it was inserted in the group).
+        QByteArray indexed;
+        bool wasIndexed;
+    };
+    static void deferFunction(sqlite3_context* ctx, int argc, sqlite3_value** argv);
+
     // Notices a group that SQLite rolled back after an error.
     void checkGroupAlive();
 
@@ -69,10 +88,11 @@ private:
     };
 
     QMutex m_mutex;
-    SqliteFile m_file;
-    // Guarded by m_mutex.
+    // Guarded by m_mutex; before m_file, whose opening may run the triggers.
     bool m_groupOpen = false;
     WriteKind m_write = WriteKind::None;
+    std::vector<DeferredIndexWork> m_deferred;
+    SqliteFile m_file;
 };
 
 } // namespace storage

@@ -348,6 +348,8 @@ QList<ReminderInfo> ReminderStorage::infosWithKeyword(const QString& keyword, in
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "infosWithKeyword"))
         return {};
+    // The index must hold what the open group of writes has written.
+    m_connection->indexDeferred();
     StatementScope stmt(keywordQuery(keyword, limit, "infosWithKeyword (bind)"));
     if (!stmt)
         return {};
@@ -359,6 +361,8 @@ QStringList ReminderStorage::idsWithKeyword(const QString& keyword, int limit)
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "idsWithKeyword"))
         return {};
+    // The index must hold what the open group of writes has written.
+    m_connection->indexDeferred();
     QStringList ids;
     int rc = SQLITE_DONE;
     if (keyword.isEmpty()) {
