@@ -165,7 +165,6 @@ bool SqliteFile::checkLength(QString* reason, int* code) const
 
 bool SqliteFile::openAndCheck(QString* reason, int* code)
 {
-    m_fullyChecked = false;
     // Asked before this open leaves a marker of its own.
     const bool unclean = leftUnclean();
     if (!checkLength(reason, code))

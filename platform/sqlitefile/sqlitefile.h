@@ -73,8 +73,8 @@ public:
     // Where a file that could not be used was moved, or empty.
     QString movedAsidePath() const { return m_movedAside; }
     sqlite3* handle() const { return m_db; }
-    // Whether the last open read every page (the file was not closed
-    // cleanly, or was moved aside and replaced).
+    // Whether opening read every page (the file found was not closed
+    // cleanly), also when it was then moved aside.
     bool fullyChecked() const { return m_fullyChecked; }
     QString markerPath() const { return m_path + QStringLiteral("-open"); }
 
