@@ -1,10 +1,15 @@
 #include "threadmanager.h"
 
+#include "reminderinfo.h"
+#include "reminderstorage.h"
+#include "userstorageprovider.h"
+
 #include <QCoreApplication>
 #include <QMutex>
 #include <QProcess>
 #include <QSemaphore>
 #include <QSet>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
 
@@ -31,7 +36,121 @@ private slots:
     void taskMaySubmitAnotherTask();
     void processExitsAfterApplicationEnds();
     void tasksQueuedAtShutdownStillRun();
+    void writesShareACommitAndReportAfterIt();
+    void taskFromInvokeFindsEarlierWritesCommitted();
+    void reportOutsideAGroupIsPostedAtOnce();
 };
+
+namespace {
+
+storage::ReminderInfo record(int i)
+{
+    storage::ReminderInfo info;
+    info.id = QStringLiteral("w%1").arg(i);
+    info.text = QStringLiteral("written by task %1").arg(i);
+    info.orderTime = i;
+    return info;
+}
+
+// Whether another connection to the file sees the record: only what is
+// committed.
+bool committed(storage::UserStorageProvider* reader, int i)
+{
+    bool found = false;
+    reader->reminderStorage()->info(QStringLiteral("w%1").arg(i), &found);
+    return found;
+}
+
+} // namespace
+
+void TestThreadManager::writesShareACommitAndReportAfterIt()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    storage::UserStorageProvider writer(dir.path(), 1);
+    storage::UserStorageProvider reader(dir.path(), 1);
+    QVERIFY(writer.isOpen() && reader.isOpen());
+    storage::ReminderStorage* store = writer.reminderStorage();
+    ThreadManager* tm = ThreadManager::getInstance();
+    QObject receiver;
+
+    // Held up, so that the writes queue up behind it back to back.
+    QSemaphore gate;
+    tm->invoke([&gate] { gate.tryAcquire(1, 30000); }, true);
+    constexpr int kWrites = 50;
+    QMutex mutex;
+    QList<int> seenDuringTask;   // writes another connection saw while tasks ran
+    QList<int> reported;         // in the order the reports ran
+    QList<int> committedAtReport;
+    for (int i = 0; i < kWrites; ++i) {
+        tm->invokeWrite(
+            [i, store, &reader, &mutex, &seenDuringTask, &receiver, &reported, &committedAtReport, tm] {
+                store->save(record(i));
+                if (committed(&reader, i)) {
+                    QMutexLocker lock(&mutex);
+                    seenDuringTask << i;
+                }
+                tm->reportTo(&receiver, [i, &reader, &reported, &committedAtReport] {
+                    reported << i;
+                    if (committed(&reader, i))
+                        committedAtReport << i;
+                });
+            },
+            true);
+    }
+    gate.release();
+    QVERIFY(tm->waitForIdle());
+    QTRY_COMPARE(reported.size(), kWrites);
+
+    QList<int> all;
+    for (int i = 0; i < kWrites; ++i)
+        all << i;
+    // Not one write was committed on its own: they shared a transaction.
+    QVERIFY2(seenDuringTask.isEmpty(), qPrintable(QStringLiteral("%1 writes committed alone").arg(seenDuringTask.size())));
+    // Every report came after the commit of its write, in order.
+    QCOMPARE(reported, all);
+    QCOMPARE(committedAtReport, all);
+}
+
+void TestThreadManager::taskFromInvokeFindsEarlierWritesCommitted()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    storage::UserStorageProvider writer(dir.path(), 2);
+    storage::UserStorageProvider reader(dir.path(), 2);
+    ThreadManager* tm = ThreadManager::getInstance();
+    storage::ReminderStorage* store = writer.reminderStorage();
+    std::atomic<int> found{-1};
+    for (int i = 0; i < 10; ++i)
+        tm->invokeWrite([store, i] { store->save(record(i)); }, false);
+    tm->invoke(
+        [&reader, &found] {
+            int n = 0;
+            for (int i = 0; i < 10; ++i)
+                n += committed(&reader, i) ? 1 : 0;
+            found = n;
+        },
+        false);
+    QVERIFY(tm->waitForIdle());
+    QCOMPARE(found.load(), 10);
+}
+
+void TestThreadManager::reportOutsideAGroupIsPostedAtOnce()
+{
+    ThreadManager* tm = ThreadManager::getInstance();
+    QObject receiver;
+    QThread* ranOn = nullptr;
+    bool ran = false;
+    tm->invoke([tm, &receiver, &ran, &ranOn] {
+        tm->reportTo(&receiver, [&ran, &ranOn] {
+            ran = true;
+            ranOn = QThread::currentThread();
+        });
+    }, true);
+    QVERIFY(tm->waitForIdle());
+    QTRY_VERIFY(ran);
+    QCOMPARE(ranOn, QThread::currentThread());
+}
 
 void TestThreadManager::singleton()
 {
