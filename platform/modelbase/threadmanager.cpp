@@ -109,6 +109,10 @@ void ThreadManager::enqueue(Task&& task, bool onMainThread, bool counted)
                 ++m_mainThreadTasks;
         }
         m_queue.push_back(std::move(task));
+        // Said out loud for ThreadSanitizer: the worker may take the task
+        // while waiting on m_queued, and a timed wait of libstdc++
+        // (pthread_cond_clockwait) is not one the sanitizer follows.
+        CrossThread::release(&m_queue);
         post = !m_draining;
         m_draining = true;
     }
@@ -138,6 +142,7 @@ void ThreadManager::drain()
                 commitGroup();
                 continue;
             }
+            CrossThread::acquire(&m_queue);
             task = std::move(m_queue.front());
             m_queue.pop_front();
         }

@@ -63,93 +63,103 @@ bool committed(storage::UserStorageProvider* reader, int i)
 
 } // namespace
 
-void TestThreadManager::writesShareACommitAndReportAfterIt()
+// What a test shares with the worker's tasks lives on the heap. On this
+// thread's stack, ThreadSanitizer finds the worker's reads racing with
+// writes it puts down to this thread, with a stack that cannot be, once the
+// child process tests above have run (QProcess starting a child from this
+// thread); on the heap nothing of that kind is left.
+struct WriterAndReader
 {
-    QTemporaryDir dir;
-    QVERIFY(dir.isValid());
-    storage::UserStorageProvider writer(dir.path(), 1);
-    storage::UserStorageProvider reader(dir.path(), 1);
-    QVERIFY(writer.isOpen() && reader.isOpen());
-    storage::ReminderStorage* store = writer.reminderStorage();
-    ThreadManager* tm = ThreadManager::getInstance();
-    QObject receiver;
-
-    // Held up, so that the writes queue up behind it back to back.
-    QSemaphore gate;
-    tm->invoke([&gate] { gate.tryAcquire(1, 30000); }, true);
-    constexpr int kWrites = 50;
+    explicit WriterAndReader(const QString& dir, qint64 account) : writer(dir, account), reader(dir, account) { }
+    storage::UserStorageProvider writer;
+    storage::UserStorageProvider reader;
     QMutex mutex;
     QList<int> seenDuringTask;   // writes another connection saw while tasks ran
     QList<int> reported;         // in the order the reports ran
     QList<int> committedAtReport;
+    std::atomic<int> found{-1};
+};
+
+void TestThreadManager::writesShareACommitAndReportAfterIt()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    auto shared = std::make_unique<WriterAndReader>(dir.path(), 1);
+    WriterAndReader* s = shared.get();
+    QVERIFY(s->writer.isOpen() && s->reader.isOpen());
+    storage::ReminderStorage* store = s->writer.reminderStorage();
+    ThreadManager* tm = ThreadManager::getInstance();
+    auto receiver = std::make_unique<QObject>();
+    QObject* to = receiver.get();
+
+    // Held up, so that the writes queue up behind it back to back.
+    auto gate = std::make_shared<QSemaphore>();
+    tm->invoke([gate] { gate->tryAcquire(1, 30000); }, true);
+    constexpr int kWrites = 50;
     for (int i = 0; i < kWrites; ++i) {
         tm->invokeWrite(
-            [i, store, &reader, &mutex, &seenDuringTask, &receiver, &reported, &committedAtReport, tm] {
+            [i, store, s, to, tm] {
                 store->save(record(i));
-                if (committed(&reader, i)) {
-                    QMutexLocker lock(&mutex);
-                    seenDuringTask << i;
+                if (committed(&s->reader, i)) {
+                    QMutexLocker lock(&s->mutex);
+                    s->seenDuringTask << i;
                 }
-                tm->reportTo(&receiver, [i, &reader, &reported, &committedAtReport] {
-                    reported << i;
-                    if (committed(&reader, i))
-                        committedAtReport << i;
+                tm->reportTo(to, [i, s] {
+                    s->reported << i;
+                    if (committed(&s->reader, i))
+                        s->committedAtReport << i;
                 });
             },
             true);
     }
-    gate.release();
+    gate->release();
     QVERIFY(tm->waitForIdle());
-    QTRY_COMPARE(reported.size(), kWrites);
+    QTRY_COMPARE(s->reported.size(), kWrites);
 
     QList<int> all;
     for (int i = 0; i < kWrites; ++i)
         all << i;
     // Not one write was committed on its own: they shared a transaction.
-    QVERIFY2(seenDuringTask.isEmpty(), qPrintable(QStringLiteral("%1 writes committed alone").arg(seenDuringTask.size())));
+    QMutexLocker lock(&s->mutex);
+    QVERIFY2(s->seenDuringTask.isEmpty(),
+             qPrintable(QStringLiteral("%1 writes committed alone").arg(s->seenDuringTask.size())));
     // Every report came after the commit of its write, in order.
-    QCOMPARE(reported, all);
-    QCOMPARE(committedAtReport, all);
+    QCOMPARE(s->reported, all);
+    QCOMPARE(s->committedAtReport, all);
 }
 
 void TestThreadManager::taskFromInvokeFindsEarlierWritesCommitted()
 {
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
-    storage::UserStorageProvider writer(dir.path(), 2);
-    storage::UserStorageProvider reader(dir.path(), 2);
+    auto shared = std::make_unique<WriterAndReader>(dir.path(), 2);
+    WriterAndReader* s = shared.get();
     ThreadManager* tm = ThreadManager::getInstance();
-    storage::ReminderStorage* store = writer.reminderStorage();
-    std::atomic<int> found{-1};
+    storage::ReminderStorage* store = s->writer.reminderStorage();
     for (int i = 0; i < 10; ++i)
         tm->invokeWrite([store, i] { store->save(record(i)); }, false);
     tm->invoke(
-        [&reader, &found] {
+        [s] {
             int n = 0;
             for (int i = 0; i < 10; ++i)
-                n += committed(&reader, i) ? 1 : 0;
-            found = n;
+                n += committed(&s->reader, i) ? 1 : 0;
+            s->found = n;
         },
         false);
     QVERIFY(tm->waitForIdle());
-    QCOMPARE(found.load(), 10);
+    QCOMPARE(s->found.load(), 10);
 }
 
 void TestThreadManager::reportOutsideAGroupIsPostedAtOnce()
 {
     ThreadManager* tm = ThreadManager::getInstance();
-    QObject receiver;
-    QThread* ranOn = nullptr;
-    bool ran = false;
-    tm->invoke([tm, &receiver, &ran, &ranOn] {
-        tm->reportTo(&receiver, [&ran, &ranOn] {
-            ran = true;
-            ranOn = QThread::currentThread();
-        });
-    }, true);
+    auto receiver = std::make_unique<QObject>();
+    QObject* to = receiver.get();
+    auto ran = std::make_shared<std::atomic<QThread*>>(nullptr);
+    tm->invoke([tm, to, ran] { tm->reportTo(to, [ran] { *ran = QThread::currentThread(); }); }, true);
     QVERIFY(tm->waitForIdle());
-    QTRY_VERIFY(ran);
-    QCOMPARE(ranOn, QThread::currentThread());
+    QTRY_VERIFY(ran->load() != nullptr);
+    QCOMPARE(ran->load(), QThread::currentThread());
 }
 
 void TestThreadManager::singleton()
