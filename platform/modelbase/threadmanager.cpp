@@ -18,6 +18,8 @@ constexpr auto kGroupLinger = std::chrono::milliseconds(2);
 // burst still reaches the disk (and its reports their receivers) in steps,
 // and another connection to the file never waits long for the write lock.
 constexpr auto kGroupMaxAge = std::chrono::milliseconds(25);
+// How often a worker that waits for more writes looks for them.
+constexpr auto kGroupPoll = std::chrono::microseconds(250);
 
 thread_local bool t_onWorker = false;
 
@@ -101,6 +103,11 @@ void ThreadManager::invokeWrite(std::function<void()>&& task, bool onMainThread)
 void ThreadManager::enqueue(Task&& task, bool onMainThread, bool counted)
 {
     bool post = false;
+    // A write does not wake a worker that waits for more writes: it looks
+    // for them every kGroupPoll, so that a burst of writes handed in one by
+    // one costs a wake-up per poll, not one per write. Any other task ends
+    // the wait at once (its group is committed first).
+    const bool wake = !task.write;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (counted) {
@@ -116,21 +123,25 @@ void ThreadManager::enqueue(Task&& task, bool onMainThread, bool counted)
         post = !m_draining;
         m_draining = true;
     }
-    m_queued.notify_one();
+    if (wake)
+        m_queued.notify_one();
     if (post)
         CrossThread::post(m_context, [this] { drain(); });
 }
 
 void ThreadManager::drain()
 {
+    std::deque<Task> tasks;
     for (;;) {
-        Task task;
         {
             std::unique_lock<std::mutex> lock(m_mutex);
             if (m_queue.empty() && m_groupOpen) {
                 const auto deadline = std::min(std::chrono::steady_clock::now() + kGroupLinger,
                                                m_groupStarted + kGroupMaxAge);
-                m_queued.wait_until(lock, deadline, [this] { return !m_queue.empty(); });
+                for (auto now = std::chrono::steady_clock::now(); m_queue.empty() && now < deadline;
+                     now = std::chrono::steady_clock::now()) {
+                    m_queued.wait_until(lock, std::min(now + kGroupPoll, deadline));
+                }
             }
             if (m_queue.empty()) {
                 if (!m_groupOpen) {
@@ -142,22 +153,26 @@ void ThreadManager::drain()
                 commitGroup();
                 continue;
             }
+            // Everything queued so far, in one go.
             CrossThread::acquire(&m_queue);
-            task = std::move(m_queue.front());
-            m_queue.pop_front();
+            tasks.swap(m_queue);
         }
-        if (task.write) {
-            if (!m_groupOpen) {
-                storage::WriteBatch::begin();
-                m_groupOpen = true;
-                m_groupStarted = std::chrono::steady_clock::now();
-            }
-            task.run();
-            if (std::chrono::steady_clock::now() - m_groupStarted >= kGroupMaxAge)
+        while (!tasks.empty()) {
+            Task task = std::move(tasks.front());
+            tasks.pop_front();
+            if (task.write) {
+                if (!m_groupOpen) {
+                    storage::WriteBatch::begin();
+                    m_groupOpen = true;
+                    m_groupStarted = std::chrono::steady_clock::now();
+                }
+                task.run();
+                if (std::chrono::steady_clock::now() - m_groupStarted >= kGroupMaxAge)
+                    commitGroup();
+            } else {
                 commitGroup();
-        } else {
-            commitGroup();
-            task.run();
+                task.run();
+            }
         }
     }
 }
