@@ -7,6 +7,8 @@
 #include <QJsonValue>
 #include <QVariantList>
 
+#include <charconv>
+
 namespace {
 
 QVariant toVariant(const QJsonValue& value);
@@ -111,18 +113,24 @@ QByteArray mapToJson(const QMap<QString, QVariant>& map)
     for (auto it = map.constBegin(); simple && it != map.constEnd(); ++it)
         simple = isInteger(it.value()) && plainKey(it.key());
     if (simple) {
-        QByteArray json;
-        json.reserve(2 + map.size() * 32);
-        json += '{';
+        qsizetype size = 2;
+        for (auto it = map.constBegin(); it != map.constEnd(); ++it)
+            size += it.key().size() + 4 + 20; // quotes, colon, comma, digits
+        QByteArray json(size, Qt::Uninitialized);
+        char* out = json.data();
+        *out++ = '{';
         for (auto it = map.constBegin(); it != map.constEnd(); ++it) {
             if (it != map.constBegin())
-                json += ',';
-            json += '"';
-            json += it.key().toLatin1();
-            json += "\":";
-            json += QByteArray::number(it.value().toLongLong());
+                *out++ = ',';
+            *out++ = '"';
+            for (const QChar c : it.key())
+                *out++ = char(c.unicode());
+            *out++ = '"';
+            *out++ = ':';
+            out = std::to_chars(out, json.data() + size, it.value().toLongLong()).ptr;
         }
-        json += '}';
+        *out++ = '}';
+        json.truncate(out - json.constData());
         return json;
     }
 
