@@ -464,6 +464,10 @@ void ReminderHandler::onTimeOut()
             qint64 oldTime = 0;
             qint64 newTime = 0;
             handled.clear();
+            // Room for every due reminder at once, not grown step by step.
+            notifications.reserve(due.size());
+            handled.reserve(due.size());
+            m_pendingSync.reserve(m_pendingSync.size() + due.size());
             for (const storage::ReminderInfo& info : due) {
                 if (info.reminded)
                     continue;
