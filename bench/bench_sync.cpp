@@ -13,6 +13,11 @@
 //    listing filled, runs loadLocalData, timed until the storage worker is
 //    idle again.
 //
+// Between the two, the store the listing filled is opened again after its
+// clean close (open.clean: only the file's header is checked), and a copy
+// of its files taken while it was open, as a killed process leaves them, is
+// opened (open.unclean: every page is read). "--count N" runs one size.
+//
 // Both are checked: the listing gives every reminder in the list and in the
 // store, with their decrypted texts; the load gives the same reminders. The
 // load is the listing's baseline (floor) in the report.
@@ -39,6 +44,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QFile>
 #include <QFileInfo>
 #include <QList>
 #include <QPair>
@@ -188,7 +194,50 @@ struct RunFigures
 {
     double listMs = 0;
     double loadMs = 0;
+    double openCleanMs = 0;
+    double openUncleanMs = 0;
 };
+
+// Copies the account's database files as they lie while it is open: what a
+// process killed at that moment leaves behind.
+void copyOpenDatabase(const QString& fromDir, const QString& toDir)
+{
+    const QString from = storage::UserStorageProvider::databasePath(fromDir, kAccountId);
+    const QString to = storage::UserStorageProvider::databasePath(toDir, kAccountId);
+    QDir().mkpath(QFileInfo(to).absolutePath());
+    for (const char* suffix : { "", "-wal", "-shm", "-open" }) {
+        if (QFileInfo::exists(from + QLatin1String(suffix)) && !QFile::copy(from + QLatin1String(suffix), to + QLatin1String(suffix)))
+            fail("cannot copy the open database");
+    }
+}
+
+// Opening the account's store: after a clean close (nothing but the
+// header is checked) and after an unclean one (every page is read).
+void measureOpen(const QString& dir, RunFigures* figures)
+{
+    {
+        QElapsedTimer timer;
+        timer.start();
+        std::unique_ptr<AccountBase> account = openAccount(kListingDevice, dir);
+        figures->openCleanMs = double(timer.nsecsElapsed()) / 1e6;
+        if (account->storage()->fullyChecked())
+            fail("open: a cleanly closed store was read whole");
+
+        QTemporaryDir killedDir;
+        if (!killedDir.isValid())
+            fail("no temporary directory");
+        copyOpenDatabase(dir, killedDir.path());
+        account.reset();
+        timer.restart();
+        std::unique_ptr<AccountBase> reopened = openAccount(kListingDevice, killedDir.path());
+        figures->openUncleanMs = double(timer.nsecsElapsed()) / 1e6;
+        if (!reopened->storage()->fullyChecked())
+            fail("open: a store left open was not read whole");
+        if (!reopened->storage()->movedAsidePath().isEmpty())
+            fail("open: a healthy store left open was moved aside");
+    }
+    settle();
+}
 
 RunFigures run(const Listing& listing)
 {
@@ -236,6 +285,9 @@ RunFigures run(const Listing& listing)
         settle();
     }
 
+    // The store the listing filled, opened again.
+    measureOpen(dir.path(), &figures);
+
     // 2. The same reminders loaded from the store the listing filled.
     {
         std::unique_ptr<AccountBase> account = openAccount(kListingDevice, dir.path());
@@ -275,9 +327,17 @@ int main(int argc, char** argv)
     std::printf("# loadLocal: loadLocalData of a second handler on the store the listing filled, until the\n");
     std::printf("#   storage worker is idle\n");
     std::printf("# reminders: text; 10%% completed, 10%% daily at 09:00, the rest one-off in the future\n");
+    std::printf("# open.clean: opening the account's store after the listing closed it cleanly;\n");
+    std::printf("#   open.unclean: opening a copy of its files taken while it was open (as a kill leaves them)\n");
     std::fflush(stdout);
 
-    for (int count : { 1000, 10000, 100000 }) {
+    // "--count N" measures that count alone (for profiling one size).
+    QList<int> counts = { 1000, 10000, 100000 };
+    for (int i = 1; i + 1 < argc; ++i) {
+        if (qstrcmp(argv[i], "--count") == 0)
+            counts = { QByteArray(argv[i + 1]).toInt() };
+    }
+    for (int count : std::as_const(counts)) {
         // The server only prepares the listing; its file may live in memory.
         QTemporaryDir setupDir(QFileInfo(QStringLiteral("/dev/shm")).isWritable()
                                    ? QStringLiteral("/dev/shm/bench_sync-XXXXXX")
@@ -287,26 +347,36 @@ int main(int argc, char** argv)
         QDir(setupDir.path()).mkpath(QStringLiteral("writer"));
         const Listing listing =
             serverListing(setupDir.path(), setupDir.filePath(QStringLiteral("writer")), count);
+        std::printf("# %d: the server's listing is ready\n", count);
+        std::fflush(stdout);
 
         const int runs = count >= 100000 ? 1 : kRuns;
         double bestList = std::numeric_limits<double>::max();
         double bestLoad = std::numeric_limits<double>::max();
+        double bestOpenClean = std::numeric_limits<double>::max();
+        double bestOpenUnclean = std::numeric_limits<double>::max();
         for (int r = 0; r < runs; ++r) {
             const RunFigures f = run(listing);
             std::printf("#   %d, run %d: list %.2f ms, loadLocal %.2f ms\n", count, r + 1, f.listMs, f.loadMs);
             std::fflush(stdout);
             bestList = std::min(bestList, f.listMs);
             bestLoad = std::min(bestLoad, f.loadMs);
+            bestOpenClean = std::min(bestOpenClean, f.openCleanMs);
+            bestOpenUnclean = std::min(bestOpenUnclean, f.openUncleanMs);
         }
         std::printf("BENCH sync.list.%d %.2f ms\n", count, bestList);
         std::printf("BENCH sync.loadLocal.%d %.2f ms\n", count, bestLoad);
         std::printf("BENCH sync.list.ratio.%d %.2f x\n", count, bestList / bestLoad);
+        std::printf("BENCH sync.open.clean.%d %.2f ms\n", count, bestOpenClean);
+        std::printf("BENCH sync.open.unclean.%d %.2f ms\n", count, bestOpenUnclean);
         std::printf("#   %d: list %.2f us/reminder, loadLocal %.2f us/reminder\n", count, bestList * 1000 / count,
                     bestLoad * 1000 / count);
         std::printf("# checked every run: %d reminders listed and stored with their texts, %d loaded back\n",
                     count, count);
         std::fflush(stdout);
         benchresults::result("sync.list", count, bestList, "ms", benchresults::Lower, "sync.loadLocal", bestLoad);
+        benchresults::result("sync.open.clean", count, bestOpenClean, "ms", benchresults::Lower);
+        benchresults::result("sync.open.unclean", count, bestOpenUnclean, "ms", benchresults::Lower);
     }
     network::NetworkSubject::instance()->releaseFixedTime();
     return 0;

@@ -358,14 +358,22 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
     const qint64 remindTime = item->remindTime();
     storage::ReminderStorage* store = m_account->storage()->reminderStorage();
     QPointer<ReminderHandler> self(this);
-    runOnStorage([self, store, type, write, info, id, remindTime, item, done] {
-        if (type == UpdateAll && write)
-            store->save(info);
-        else if (type == UpdateRemindTime)
-            store->updateRemindTime(id, remindTime);
-        if (done && self)
-            CrossThread::invoke(self.data(), done);
-    });
+    // A write that shares its commit with the writes queued around it; its
+    // completion is held until that commit (the handler waits for the
+    // worker before it goes, so it is still there to receive it).
+    ThreadManager::getInstance()->invokeWrite(
+        [self, handler = this, store, type, write, info, id, remindTime, item, done] {
+            if (type == UpdateAll && write)
+                store->save(info);
+            else if (type == UpdateRemindTime)
+                store->updateRemindTime(id, remindTime);
+            if (done)
+                ThreadManager::getInstance()->reportTo(handler, [self, done] {
+                    if (self)
+                        done();
+                });
+        },
+        onMainThread());
 }
 
 // ------------------------------------------------ remind timer, notifying
@@ -460,6 +468,10 @@ void ReminderHandler::onTimeOut()
             qint64 oldTime = 0;
             qint64 newTime = 0;
             handled.clear();
+            // Room for every due reminder at once, not grown step by step.
+            notifications.reserve(due.size());
+            handled.reserve(due.size());
+            m_pendingSync.reserve(m_pendingSync.size() + due.size());
             for (const storage::ReminderInfo& info : due) {
                 if (info.reminded)
                     continue;

@@ -7,6 +7,8 @@
 #include <QJsonValue>
 #include <QVariantList>
 
+#include <charconv>
+
 namespace {
 
 QVariant toVariant(const QJsonValue& value);
@@ -71,8 +73,67 @@ QVariantMap jsonToMap(const QByteArray& json)
     return objectToMap(doc.object());
 }
 
+namespace {
+
+// Whether the key is written by the JSON writer as it is: printable ASCII
+// without a quote or a backslash.
+bool plainKey(const QString& key)
+{
+    for (const QChar c : key) {
+        const char16_t u = c.unicode();
+        if (u < 0x20 || u > 0x7e || u == '"' || u == '\\')
+            return false;
+    }
+    return true;
+}
+
+bool isInteger(const QVariant& value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::Long:
+    case QMetaType::Short:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
 QByteArray mapToJson(const QMap<QString, QVariant>& map)
 {
+    // The records' extra data is a handful of integers under plain keys,
+    // written for every stored change: that shape is written directly, in
+    // the very bytes the JSON writer gives (keys in order, no spaces,
+    // integers digit for digit).
+    bool simple = true;
+    for (auto it = map.constBegin(); simple && it != map.constEnd(); ++it)
+        simple = isInteger(it.value()) && plainKey(it.key());
+    if (simple) {
+        qsizetype size = 2;
+        for (auto it = map.constBegin(); it != map.constEnd(); ++it)
+            size += it.key().size() + 4 + 20; // quotes, colon, comma, digits
+        QByteArray json(size, Qt::Uninitialized);
+        char* out = json.data();
+        *out++ = '{';
+        for (auto it = map.constBegin(); it != map.constEnd(); ++it) {
+            if (it != map.constBegin())
+                *out++ = ',';
+            *out++ = '"';
+            for (const QChar c : it.key())
+                *out++ = char(c.unicode());
+            *out++ = '"';
+            *out++ = ':';
+            out = std::to_chars(out, json.data() + size, it.value().toLongLong()).ptr;
+        }
+        *out++ = '}';
+        json.truncate(out - json.constData());
+        return json;
+    }
+
     // QJsonObject keeps qint64 values as integers and writes them digit for
     // digit.
     return QJsonDocument(QJsonObject::fromVariantMap(map)).toJson(QJsonDocument::Compact);

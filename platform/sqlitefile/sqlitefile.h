@@ -41,7 +41,16 @@ struct SqliteSchema
 // tables in our shape. A file that cannot be used (not a database, damaged,
 // or with one of our tables in another shape) is renamed aside with its
 // -wal and -shm files, never overwritten; the move is logged and an empty
-// file takes its place. A file that is merely busy, or a process out of
+// file takes its place.
+//
+// How much is checked depends on how the file was left. While the file is
+// open a marker file (<path>-open) lies next to it; a clean close removes
+// it, and SQLite removes the -wal file when the last connection closes. A
+// file found with the marker or with a -wal file that holds data was not
+// closed cleanly (the process was killed, crashed, lost power): every page
+// is read (PRAGMA quick_check) before it is used. A file that was closed
+// cleanly is only checked for its header and its length against the page
+// count in the header, which costs nothing at any size. A file that is merely busy, or a process out of
 // memory, leaves the file where it is and this one closed. Write-ahead
 // logging, synchronous=NORMAL. Statements are prepared once and cached.
 // Not locked: the owner serialises its use.
@@ -64,6 +73,10 @@ public:
     // Where a file that could not be used was moved, or empty.
     QString movedAsidePath() const { return m_movedAside; }
     sqlite3* handle() const { return m_db; }
+    // Whether opening read every page (the file found was not closed
+    // cleanly), also when it was then moved aside.
+    bool fullyChecked() const { return m_fullyChecked; }
+    QString markerPath() const { return m_path + QStringLiteral("-open"); }
 
     // A cached prepared statement, reset and with its bindings cleared;
     // null (and logged) when the file is closed or the SQL does not compile.
@@ -80,6 +93,11 @@ private:
     // code; the handle may be left open for close().
     bool openAndCheck(QString* reason, int* code);
     bool checkExistingTables(QString* reason, int* code);
+    // Whether the last session on the file ended without a clean close.
+    bool leftUnclean() const;
+    // The header's page count against the file's length; false (with a
+    // reason) for a file that is shorter than its header says.
+    bool checkLength(QString* reason, int* code) const;
     bool createSchema(QString* reason, int* code);
     // False when the main file could not be moved (it then stays as found).
     bool moveAside(const QString& reason);
@@ -91,5 +109,8 @@ private:
     int m_openFlags = 0;
     QString m_movedAside;
     sqlite3* m_db = nullptr;
+    // The file opened healthy: its marker goes when it closes.
+    bool m_healthy = false;
+    bool m_fullyChecked = false;
     QHash<QByteArray, sqlite3_stmt*> m_statements;
 };

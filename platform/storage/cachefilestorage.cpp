@@ -3,6 +3,7 @@
 #include "connection.h"
 #include "sqliteutil_p.h"
 #include "storagesql.h"
+#include "writebatch.h"
 
 #include "synclocker.h"
 
@@ -23,6 +24,7 @@ CacheFileStorage::CacheFileStorage(Connection* connection)
 
 bool CacheFileStorage::updateTimestamp(const QList<QString>& keys, qint64 timestamp)
 {
+    WriteBatch::enter(m_connection);
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "updateTimestamp"))
         return false;

@@ -2,8 +2,13 @@
 
 #include "searchfold_p.h"
 #include "storagesql.h"
+#include "writebatch.h"
 
 #include "synclocker.h"
+
+#include "imlog.h"
+
+#include <QHash>
 
 #include <sqlite3.h>
 
@@ -35,7 +40,7 @@ bool execAll(sqlite3* db, const char* sql, QString* reason)
     return true;
 }
 
-SqliteSchema accountSchema()
+SqliteSchema accountSchema(Connection* connection, void (*deferFunction)(sqlite3_context*, int, sqlite3_value**))
 {
     SqliteSchema schema;
     schema.create = sql::kCreateSchema;
@@ -46,10 +51,14 @@ SqliteSchema accountSchema()
     schema.version = sql::kSchemaVersion;
     // The triggers call the fold function: every connection that writes
     // has it.
-    schema.prepareHandle = [](sqlite3* db) {
-        return sqlite3_create_function_v2(db, sql::kFoldFunction, 1,
-                                          SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS, nullptr,
-                                          &foldFunction, nullptr, nullptr, nullptr);
+    schema.prepareHandle = [connection, deferFunction](sqlite3* db) {
+        const int rc = sqlite3_create_function_v2(db, sql::kFoldFunction, 1,
+                                                  SQLITE_UTF8 | SQLITE_DETERMINISTIC | SQLITE_INNOCUOUS, nullptr,
+                                                  &foldFunction, nullptr, nullptr, nullptr);
+        if (rc != SQLITE_OK)
+            return rc;
+        return sqlite3_create_function_v2(db, sql::kDeferFunction, 2, SQLITE_UTF8, connection,
+                                          deferFunction, nullptr, nullptr, nullptr);
     };
     // A file of an earlier version: the old index goes, the schema is made,
     // the search side is filled (in the schema's transaction).
@@ -65,15 +74,205 @@ SqliteSchema accountSchema()
 } // namespace
 
 Connection::Connection(const QString& path)
-    : m_file(path, QStringLiteral("storage"), accountSchema(), SqliteFile::Threading::Shared)
+    : m_file(path, QStringLiteral("storage"), accountSchema(this, &Connection::deferFunction),
+             SqliteFile::Threading::Shared)
 {
+    WriteBatch::add(this);
 }
 
 Connection::~Connection()
 {
+    // Out of the registry first (its lock comes before ours), then the
+    // group still open is committed: its writes were handed in before the
+    // connection went.
+    WriteBatch::remove(this);
     // No store may be halfway through a statement while the file closes.
     SyncLocker lock(&m_mutex);
+    if (m_groupOpen && m_file.isOpen()) {
+        if (!indexDeferred() || !m_file.exec("COMMIT"))
+            m_file.exec("ROLLBACK");
+        m_groupOpen = false;
+    }
     m_file.close();
+}
+
+bool Connection::beginWrite(bool severalStatements)
+{
+    if (!m_file.isOpen())
+        return false;
+    if (WriteBatch::isActive()) {
+        if (!m_groupOpen) {
+            if (!m_file.exec("BEGIN IMMEDIATE"))
+                return false;
+            m_groupOpen = true;
+        }
+        if (severalStatements && !m_file.exec("SAVEPOINT storage_write"))
+            return false;
+        m_write = severalStatements ? WriteKind::InGroup : WriteKind::Single;
+        return true;
+    }
+    if (m_groupOpen) {
+        if (!m_file.exec("SAVEPOINT storage_write"))
+            return false;
+        m_write = WriteKind::InOthersGroup;
+        return true;
+    }
+    if (severalStatements) {
+        if (!m_file.exec("BEGIN IMMEDIATE"))
+            return false;
+        m_write = WriteKind::Own;
+        return true;
+    }
+    m_write = WriteKind::Single;
+    return true;
+}
+
+bool Connection::endWrite(bool ok)
+{
+    const WriteKind kind = m_write;
+    m_write = WriteKind::None;
+    sqlite3* db = m_file.handle();
+    switch (kind) {
+    case WriteKind::None:
+        return false;
+    case WriteKind::Single: {
+        const bool grouped = m_groupOpen;
+        checkGroupAlive();
+        return ok && m_groupOpen == grouped;
+    }
+    case WriteKind::Own:
+        if (ok && m_file.exec("COMMIT"))
+            return true;
+        if (db && !sqlite3_get_autocommit(db))
+            m_file.exec("ROLLBACK");
+        return false;
+    case WriteKind::InGroup:
+    case WriteKind::InOthersGroup:
+        checkGroupAlive();
+        if (!m_groupOpen)
+            return false; // this write went with the group
+        if (!ok || !m_file.exec("RELEASE storage_write")) {
+            ok = false;
+            // Taking a write back is no rollback of the transaction: the
+            // search directory is told itself.
+            m_directory.invalidate();
+            m_file.exec("ROLLBACK TO storage_write");
+            m_file.exec("RELEASE storage_write");
+        }
+        if (kind == WriteKind::InOthersGroup) {
+            const bool indexed = indexDeferred();
+            m_groupOpen = false;
+            if (!indexed || !m_file.exec("COMMIT")) {
+                ok = false;
+                if (db && !sqlite3_get_autocommit(db))
+                    m_file.exec("ROLLBACK");
+            }
+        }
+        return ok;
+    }
+    return false;
+}
+
+void Connection::checkGroupAlive()
+{
+    sqlite3* db = m_file.handle();
+    if (m_groupOpen && (!db || sqlite3_get_autocommit(db))) {
+        // An I/O error, a full disk or lack of memory can end the whole
+        // transaction: the grouped writes before this one are gone too.
+        m_groupOpen = false;
+        m_deferred.clear();
+        ImLog::instance()->error(QStringLiteral("storage: a group of writes to %1 was rolled back after an error; "
+                                                "its writes are lost")
+                                     .arg(m_file.path()));
+    }
+}
+
+bool Connection::commitGroup()
+{
+    SyncLocker lock(&m_mutex);
+    checkGroupAlive();
+    if (!m_groupOpen)
+        return true;
+    const bool indexed = indexDeferred();
+    m_groupOpen = false;
+    if (indexed && m_file.exec("COMMIT"))
+        return true;
+    sqlite3* db = m_file.handle();
+    if (db && !sqlite3_get_autocommit(db))
+        m_file.exec("ROLLBACK");
+    ImLog::instance()->error(
+        QStringLiteral("storage: a group of writes to %1 could not be committed; its writes are lost").arg(m_file.path()));
+    return false;
+}
+
+void Connection::deferFunction(sqlite3_context* ctx, int argc, sqlite3_value** argv)
+{
+    auto* self = static_cast<Connection*>(sqlite3_user_data(ctx));
+    // Runs inside a statement, so with the connection's lock held.
+    if (argc != 2 || !self->m_groupOpen) {
+        sqlite3_result_int(ctx, 0);
+        return;
+    }
+    DeferredIndexWork work;
+    work.rowid = sqlite3_value_int64(argv[0]);
+    work.wasIndexed = sqlite3_value_type(argv[1]) != SQLITE_NULL;
+    if (work.wasIndexed) {
+        const auto* text = static_cast<const char*>(sqlite3_value_blob(argv[1]));
+        work.indexed = QByteArray(text ? text : "", sqlite3_value_bytes(argv[1]));
+    }
+    self->m_deferred.push_back(std::move(work));
+    sqlite3_result_int(ctx, 1);
+}
+
+bool Connection::indexDeferred()
+{
+    if (m_deferred.empty())
+        return true;
+    std::vector<DeferredIndexWork> work;
+    work.swap(m_deferred);
+    // A row's first entry tells what the index held for it before the
+    // group; what it holds now is read from the search side. So a write
+    // that was taken back later (a failed statement, a savepoint rolled
+    // back) leaves the row indexed as it is, and so does a rowid that was
+    // deleted and taken again.
+    QHash<qint64, bool> seen;
+    seen.reserve(qsizetype(work.size()));
+    QByteArray rowids = "[";
+    bool ok = true;
+    for (const DeferredIndexWork& entry : work) {
+        if (seen.contains(entry.rowid))
+            continue;
+        seen.insert(entry.rowid, true);
+        if (rowids.size() > 1)
+            rowids += ',';
+        rowids += QByteArray::number(entry.rowid);
+        if (!entry.wasIndexed)
+            continue;
+        sqlite3_stmt* stmt = m_file.statement(sql::kFtsDeferredDelete);
+        if (!stmt || sqlite3_bind_int64(stmt, 1, entry.rowid) != SQLITE_OK
+            || sqlite3_bind_text(stmt, 2, entry.indexed.constData(), int(entry.indexed.size()), SQLITE_STATIC)
+                != SQLITE_OK
+            || sqlite3_step(stmt) != SQLITE_DONE) {
+            m_file.logError("indexing the search side");
+            ok = false;
+        }
+        if (stmt) {
+            sqlite3_reset(stmt);
+            sqlite3_clear_bindings(stmt);
+        }
+    }
+    rowids += ']';
+    sqlite3_stmt* stmt = m_file.statement(sql::kFtsDeferredInsert);
+    if (!stmt || sqlite3_bind_text(stmt, 1, rowids.constData(), int(rowids.size()), SQLITE_STATIC) != SQLITE_OK
+        || sqlite3_step(stmt) != SQLITE_DONE) {
+        m_file.logError("indexing the search side");
+        ok = false;
+    }
+    if (stmt) {
+        sqlite3_reset(stmt);
+        sqlite3_clear_bindings(stmt);
+    }
+    return ok;
 }
 
 } // namespace storage

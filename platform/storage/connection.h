@@ -3,11 +3,16 @@
 #include "searchdirectory.h"
 #include "sqlitefile.h"
 
+#include <QByteArray>
 #include <QMutex>
 #include <QString>
 
+#include <vector>
+
 struct sqlite3;
 struct sqlite3_stmt;
+struct sqlite3_context;
+struct sqlite3_value;
 
 namespace storage {
 
@@ -28,6 +33,8 @@ public:
     QString path() const { return m_file.path(); }
     // Where a database that could not be opened was moved, or empty.
     QString movedAsidePath() const { return m_file.movedAsidePath(); }
+    // Whether opening read every page (SqliteFile::fullyChecked).
+    bool fullyChecked() const { return m_file.fullyChecked(); }
 
     QMutex& mutex() { return m_mutex; }
     sqlite3* handle() const { return m_file.handle(); }
@@ -59,8 +66,52 @@ public:
         return m_directory.ensure(m_file.handle()) ? &m_directory : nullptr;
     }
 
+    // Every write runs between beginWrite() and endWrite(), with the lock
+    // held (and WriteBatch::enter() called before taking it). On the
+    // grouping thread the write joins the open group (WriteBatch); written
+    // with several statements it is a savepoint inside the group, so that a
+    // failure takes back only its own statements. Elsewhere a write of
+    // several statements is a transaction of its own and a single statement
+    // commits by itself; should another thread's group be open, the write
+    // commits that group along with itself. beginWrite() false: nothing
+    // was begun and endWrite() is not called. endWrite(ok) commits (or,
+    // when ok is false, takes back) and returns whether the write holds.
+    bool beginWrite(bool severalStatements);
+    bool endWrite(bool ok);
+    // Commits the open group, if any (WriteBatch::commit); takes the lock.
+    bool commitGroup();
+    // Does the search index work that the open group has put off, so that
+    // a lookup in the index finds the group's rows; call with the lock held
+    // before reading the index. Nothing to do outside a group.
+    bool indexDeferred();
+
 private:
+    struct DeferredIndexWork
+    {
+        qint64 rowid;
+        // The folded text the index holds for the row; null: the row was
+        // not indexed (it was inserted in the group).
+        QByteArray indexed;
+        bool wasIndexed;
+    };
+    static void deferFunction(sqlite3_context* ctx, int argc, sqlite3_value** argv);
+
+    // Notices a group that SQLite rolled back after an error.
+    void checkGroupAlive();
+
+    enum class WriteKind {
+        None,
+        Single,           // one statement, committed by itself or in the group
+        Own,              // several statements in a transaction of their own
+        InGroup,          // several statements in a savepoint of the group
+        InOthersGroup,    // a savepoint, then the whole group is committed
+    };
+
     QMutex m_mutex;
+    // Guarded by m_mutex; before m_file, whose opening may run the triggers.
+    bool m_groupOpen = false;
+    WriteKind m_write = WriteKind::None;
+    std::vector<DeferredIndexWork> m_deferred;
     SqliteFile m_file;
     SearchDirectory m_directory;
 };

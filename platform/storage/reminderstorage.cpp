@@ -5,6 +5,7 @@
 #include "searchdirectory.h"
 #include "searchfold_p.h"
 #include "storagesql.h"
+#include "writebatch.h"
 
 #include "synclocker.h"
 
@@ -124,14 +125,19 @@ static bool saveLocked(Connection* connection, const ReminderInfo& info)
 
 bool ReminderStorage::save(const ReminderInfo& info)
 {
+    WriteBatch::enter(m_connection);
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "save"))
         return false;
-    return saveLocked(m_connection, info);
+    Transaction write(m_connection, false);
+    if (!write.begin())
+        return false;
+    return write.finish(saveLocked(m_connection, info));
 }
 
 bool ReminderStorage::saveAll(const QList<ReminderInfo>& infos)
 {
+    WriteBatch::enter(m_connection);
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "saveAll"))
         return false;
@@ -172,6 +178,7 @@ bool ReminderStorage::remove(const QString& remindId)
 
 bool ReminderStorage::remove(const QList<QString>& remindIds)
 {
+    WriteBatch::enter(m_connection);
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "remove"))
         return false;
@@ -208,8 +215,12 @@ QList<QString> ReminderStorage::removedIds()
 
 bool ReminderStorage::updateExtra(const QString& remindId, const QByteArray& extra)
 {
+    WriteBatch::enter(m_connection);
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "updateExtra"))
+        return false;
+    Transaction write(m_connection, false);
+    if (!write.begin())
         return false;
     StatementScope stmt(m_connection->statement(sql::kUpdateExtra));
     if (!stmt)
@@ -218,13 +229,17 @@ bool ReminderStorage::updateExtra(const QString& remindId, const QByteArray& ext
         m_connection->logError("updateExtra (bind)");
         return false;
     }
-    return stepDone(m_connection, stmt.get(), "updateExtra");
+    return write.finish(stepDone(m_connection, stmt.get(), "updateExtra"));
 }
 
 bool ReminderStorage::updateRemindTime(const QString& remindId, qint64 remindTime)
 {
+    WriteBatch::enter(m_connection);
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "updateRemindTime"))
+        return false;
+    Transaction write(m_connection, false);
+    if (!write.begin())
         return false;
     StatementScope stmt(m_connection->statement(sql::kUpdateRemindTime));
     if (!stmt)
@@ -233,7 +248,7 @@ bool ReminderStorage::updateRemindTime(const QString& remindId, qint64 remindTim
         m_connection->logError("updateRemindTime (bind)");
         return false;
     }
-    return stepDone(m_connection, stmt.get(), "updateRemindTime");
+    return write.finish(stepDone(m_connection, stmt.get(), "updateRemindTime"));
 }
 
 qint64 ReminderStorage::nearestTimestamp()
@@ -448,6 +463,8 @@ QList<ReminderInfo> ReminderStorage::infosWithKeyword(const QString& keyword, in
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "infosWithKeyword"))
         return {};
+    // The index must hold what the open group of writes has written.
+    m_connection->indexDeferred();
     StatementScope stmt(keywordQuery(keyword, limit, "infosWithKeyword (bind)"));
     if (!stmt)
         return {};
@@ -459,6 +476,8 @@ QStringList ReminderStorage::idsWithKeyword(const QString& keyword, int limit)
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "idsWithKeyword"))
         return {};
+    // The index must hold what the open group of writes has written.
+    m_connection->indexDeferred();
     if (keyword.isEmpty())
         return allIds(m_connection, limit);
     const SearchKey key = searchKey(keyword);

@@ -35,38 +35,42 @@ private:
     sqlite3_stmt* m_stmt;
 };
 
-// A write transaction that rolls back unless committed. Call with the
-// connection's lock held.
+// One write of a store (Connection::beginWrite): taken back unless
+// committed. Call with the connection's lock held.
 class Transaction
 {
 public:
-    explicit Transaction(Connection* connection) : m_connection(connection) { }
+    // severalStatements: the write must hold or fail as a whole.
+    explicit Transaction(Connection* connection, bool severalStatements = true)
+        : m_connection(connection), m_severalStatements(severalStatements)
+    {
+    }
     ~Transaction()
     {
-        // A failed statement may already have ended the transaction.
-        if (m_active && m_connection->handle() && !sqlite3_get_autocommit(m_connection->handle()))
-            m_connection->exec("ROLLBACK");
+        if (m_active)
+            m_connection->endWrite(false);
     }
     Transaction(const Transaction&) = delete;
     Transaction& operator=(const Transaction&) = delete;
 
     bool begin()
     {
-        m_active = m_connection->exec("BEGIN IMMEDIATE");
+        m_active = m_connection->beginWrite(m_severalStatements);
         return m_active;
     }
-    bool commit()
+    // Ends the write: kept when ok, taken back otherwise; true when kept.
+    bool finish(bool ok)
     {
         if (!m_active)
             return false;
-        if (!m_connection->exec("COMMIT"))
-            return false; // the destructor rolls back
         m_active = false;
-        return true;
+        return m_connection->endWrite(ok);
     }
+    bool commit() { return finish(true); }
 
 private:
     Connection* m_connection;
+    bool m_severalStatements;
     bool m_active = false;
 };
 

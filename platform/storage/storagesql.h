@@ -7,7 +7,7 @@
 namespace storage::sql {
 
 // Bumped whenever the schema below changes shape.
-constexpr int kSchemaVersion = 3;
+constexpr int kSchemaVersion = 4;
 
 // Name of the SQL function registered on every connection:
 // storage_fold(text) is the text as the search compares it: each NUL
@@ -16,6 +16,15 @@ constexpr int kSchemaVersion = 3;
 // the folded text exactly when QString::contains(keyword,
 // Qt::CaseInsensitive) says so of the two originals.
 constexpr const char kFoldFunction[] = "storage_fold";
+
+// storage_fts_defer(rowid, old folded text or NULL): called by the index
+// triggers of the search side; true when the connection takes the index
+// work of that row over (it does inside a group of writes, see
+// Connection::indexDeferred), false when the trigger is to do it now. In a
+// transaction SQLite gives every statement with triggers a savepoint, and
+// FTS5 writes its pending index data at each one: index work done row by
+// row inside a group would cost a write of the index per row.
+constexpr const char kDeferFunction[] = "storage_fts_defer";
 
 constexpr const char kCreateSchema[] =
     "CREATE TABLE IF NOT EXISTS reminder("
@@ -58,13 +67,16 @@ constexpr const char kCreateSchema[] =
     " WHEN old.order_time IS NOT new.order_time BEGIN"
     " UPDATE reminder_search SET order_time = new.order_time WHERE rowid = new.rowid;"
     " END;"
-    "CREATE TRIGGER IF NOT EXISTS reminder_fts_insert AFTER INSERT ON reminder_search BEGIN"
+    "CREATE TRIGGER IF NOT EXISTS reminder_fts_insert AFTER INSERT ON reminder_search"
+    " WHEN NOT storage_fts_defer(new.rowid, NULL) BEGIN"
     " INSERT INTO reminder_fts(rowid, folded) VALUES (new.rowid, new.folded);"
     " END;"
-    "CREATE TRIGGER IF NOT EXISTS reminder_fts_delete AFTER DELETE ON reminder_search BEGIN"
+    "CREATE TRIGGER IF NOT EXISTS reminder_fts_delete AFTER DELETE ON reminder_search"
+    " WHEN NOT storage_fts_defer(old.rowid, old.folded) BEGIN"
     " INSERT INTO reminder_fts(reminder_fts, rowid, folded) VALUES ('delete', old.rowid, old.folded);"
     " END;"
-    "CREATE TRIGGER IF NOT EXISTS reminder_fts_update AFTER UPDATE OF folded ON reminder_search BEGIN"
+    "CREATE TRIGGER IF NOT EXISTS reminder_fts_update AFTER UPDATE OF folded ON reminder_search"
+    " WHEN NOT storage_fts_defer(old.rowid, old.folded) BEGIN"
     " INSERT INTO reminder_fts(reminder_fts, rowid, folded) VALUES ('delete', old.rowid, old.folded);"
     " INSERT INTO reminder_fts(rowid, folded) VALUES (new.rowid, new.folded);"
     " END;"
@@ -100,6 +112,15 @@ constexpr const char kUpgradeDrop[] =
 constexpr const char kUpgradeFill[] =
     "INSERT INTO reminder_search(rowid, id, order_time, folded)"
     " SELECT rowid, id, order_time, storage_fold(text) FROM reminder;";
+// The index work taken over in a group, done once before the group
+// commits: the entries of rows indexed before the group go (one statement
+// each: a single-row statement has no savepoint), then the rows as they are
+// now are indexed, all in one statement (?1: a JSON array of rowids).
+constexpr const char kFtsDeferredDelete[] =
+    "INSERT INTO reminder_fts(reminder_fts, rowid, folded) VALUES ('delete', ?1, ?2)";
+constexpr const char kFtsDeferredInsert[] =
+    "INSERT INTO reminder_fts(rowid, folded)"
+    " SELECT s.rowid, s.folded FROM json_each(?1) AS j JOIN reminder_search AS s ON s.rowid = j.value";
 constexpr const char kProbeCacheFile[] = "SELECT key, timestamp FROM cache_file LIMIT 0";
 
 // Column list shared by every query that returns whole records; the column

@@ -38,6 +38,11 @@ QString UserStorageProvider::movedAsidePath() const
     return m_connection->movedAsidePath();
 }
 
+bool UserStorageProvider::fullyChecked() const
+{
+    return m_connection->fullyChecked();
+}
+
 ReminderStorage* UserStorageProvider::reminderStorage() const
 {
     return m_reminders.get();

@@ -13,7 +13,8 @@ class CacheFileStorage;
 // <dataDir>/accounts/<accountId>/account.db and the stores on it.
 // A file that cannot be opened or is corrupt is never overwritten: it is
 // moved aside (with its -wal and -shm files), logged, and the account starts
-// with an empty database.
+// with an empty database. Every page is checked only when the last session
+// did not close the file cleanly (SqliteFile).
 class UserStorageProvider
 {
 public:
@@ -25,6 +26,9 @@ public:
     bool isOpen() const;
     QString databasePath() const;
     QString movedAsidePath() const;
+    // Whether opening read every page of the database: only when the last
+    // session did not close it cleanly.
+    bool fullyChecked() const;
 
     ReminderStorage* reminderStorage() const;
     CacheFileStorage* cacheFileStorage() const;

@@ -1,5 +1,7 @@
 #include "jsonmap.h"
 
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMetaType>
 #include <QTest>
 #include <QVariantList>
@@ -23,6 +25,8 @@ private slots:
     void notAnObjectReadsEmpty_data();
     void notAnObjectReadsEmpty();
     void emptyMapWritesEmptyObject();
+    void writtenAsTheJsonWriterWrites_data();
+    void writtenAsTheJsonWriterWrites();
 };
 
 void TestJsonMap::roundTrip_data()
@@ -169,6 +173,36 @@ void TestJsonMap::emptyMapWritesEmptyObject()
     QCOMPARE(mapToJson(QVariantMap()), QByteArray("{}"));
     QVERIFY(jsonToMap("{}").isEmpty());
     QCOMPARE(mapToJson(jsonToMap("{}")), QByteArray("{}"));
+}
+
+void TestJsonMap::writtenAsTheJsonWriterWrites_data()
+{
+    QTest::addColumn<QVariantMap>("map");
+    const qint64 big = std::numeric_limits<qint64>::max();
+    const qint64 small = std::numeric_limits<qint64>::min();
+    QTest::newRow("a record's change times") << QVariantMap {
+        { QStringLiteral("last_content_time"), qint64(1780000000123) },
+        { QStringLiteral("last_completed_time"), qint64(0) },
+        { QStringLiteral("last_pattern_time"), qint64(-5) },
+        { QStringLiteral("last_unread_time"), big } };
+    QTest::newRow("ends of the range") << QVariantMap { { QStringLiteral("max"), big }, { QStringLiteral("min"), small } };
+    QTest::newRow("int and long long") << QVariantMap { { QStringLiteral("b"), 7 }, { QStringLiteral("a"), qint64(8) } };
+    QTest::newRow("key with a quote") << QVariantMap { { QStringLiteral("say \"hi\""), 1 } };
+    QTest::newRow("key with a backslash") << QVariantMap { { QStringLiteral("a\\b"), 1 } };
+    QTest::newRow("key beyond ASCII") << QVariantMap { { QStringLiteral("zürich"), 1 }, { QStringLiteral("z"), 2 } };
+    QTest::newRow("key with a control character") << QVariantMap { { QStringLiteral("tab\there"), 1 } };
+    QTest::newRow("text value") << QVariantMap { { QStringLiteral("a"), 1 }, { QStringLiteral("t"), QStringLiteral("x") } };
+    QTest::newRow("bool value") << QVariantMap { { QStringLiteral("a"), true } };
+    QTest::newRow("double value") << QVariantMap { { QStringLiteral("a"), 1.5 } };
+}
+
+void TestJsonMap::writtenAsTheJsonWriterWrites()
+{
+    QFETCH(QVariantMap, map);
+    // The bytes Qt's JSON writer gives are the stored form.
+    const QByteArray expected = QJsonDocument(QJsonObject::fromVariantMap(map)).toJson(QJsonDocument::Compact);
+    QCOMPARE(mapToJson(map), expected);
+    QCOMPARE(jsonToMap(mapToJson(map)).keys(), map.keys());
 }
 
 QTEST_GUILESS_MAIN(TestJsonMap)

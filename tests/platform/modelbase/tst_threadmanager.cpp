@@ -1,10 +1,15 @@
 #include "threadmanager.h"
 
+#include "reminderinfo.h"
+#include "reminderstorage.h"
+#include "userstorageprovider.h"
+
 #include <QCoreApplication>
 #include <QMutex>
 #include <QProcess>
 #include <QSemaphore>
 #include <QSet>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
 
@@ -31,7 +36,131 @@ private slots:
     void taskMaySubmitAnotherTask();
     void processExitsAfterApplicationEnds();
     void tasksQueuedAtShutdownStillRun();
+    void writesShareACommitAndReportAfterIt();
+    void taskFromInvokeFindsEarlierWritesCommitted();
+    void reportOutsideAGroupIsPostedAtOnce();
 };
+
+namespace {
+
+storage::ReminderInfo record(int i)
+{
+    storage::ReminderInfo info;
+    info.id = QStringLiteral("w%1").arg(i);
+    info.text = QStringLiteral("written by task %1").arg(i);
+    info.orderTime = i;
+    return info;
+}
+
+// Whether another connection to the file sees the record: only what is
+// committed.
+bool committed(storage::UserStorageProvider* reader, int i)
+{
+    bool found = false;
+    reader->reminderStorage()->info(QStringLiteral("w%1").arg(i), &found);
+    return found;
+}
+
+} // namespace
+
+// What a test shares with the worker's tasks lives on the heap. On this
+// thread's stack, ThreadSanitizer finds the worker's reads racing with
+// writes it puts down to this thread, with a stack that cannot be, once the
+// child process tests above have run (QProcess starting a child from this
+// thread); on the heap nothing of that kind is left.
+struct WriterAndReader
+{
+    explicit WriterAndReader(const QString& dir, qint64 account) : writer(dir, account), reader(dir, account) { }
+    storage::UserStorageProvider writer;
+    storage::UserStorageProvider reader;
+    QMutex mutex;
+    QList<int> seenDuringTask;   // writes another connection saw while tasks ran
+    QList<int> reported;         // in the order the reports ran
+    QList<int> committedAtReport;
+    std::atomic<int> found{-1};
+};
+
+void TestThreadManager::writesShareACommitAndReportAfterIt()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    auto shared = std::make_unique<WriterAndReader>(dir.path(), 1);
+    WriterAndReader* s = shared.get();
+    QVERIFY(s->writer.isOpen() && s->reader.isOpen());
+    storage::ReminderStorage* store = s->writer.reminderStorage();
+    ThreadManager* tm = ThreadManager::getInstance();
+    auto receiver = std::make_unique<QObject>();
+    QObject* to = receiver.get();
+
+    // Held up, so that the writes queue up behind it back to back.
+    auto gate = std::make_shared<QSemaphore>();
+    tm->invoke([gate] { gate->tryAcquire(1, 30000); }, true);
+    constexpr int kWrites = 50;
+    for (int i = 0; i < kWrites; ++i) {
+        tm->invokeWrite(
+            [i, store, s, to, tm] {
+                store->save(record(i));
+                if (committed(&s->reader, i)) {
+                    QMutexLocker lock(&s->mutex);
+                    s->seenDuringTask << i;
+                }
+                tm->reportTo(to, [i, s] {
+                    s->reported << i;
+                    if (committed(&s->reader, i))
+                        s->committedAtReport << i;
+                });
+            },
+            true);
+    }
+    gate->release();
+    QVERIFY(tm->waitForIdle());
+    QTRY_COMPARE(s->reported.size(), kWrites);
+
+    QList<int> all;
+    for (int i = 0; i < kWrites; ++i)
+        all << i;
+    // Not one write was committed on its own: they shared a transaction.
+    QMutexLocker lock(&s->mutex);
+    QVERIFY2(s->seenDuringTask.isEmpty(),
+             qPrintable(QStringLiteral("%1 writes committed alone").arg(s->seenDuringTask.size())));
+    // Every report came after the commit of its write, in order.
+    QCOMPARE(s->reported, all);
+    QCOMPARE(s->committedAtReport, all);
+}
+
+void TestThreadManager::taskFromInvokeFindsEarlierWritesCommitted()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    auto shared = std::make_unique<WriterAndReader>(dir.path(), 2);
+    WriterAndReader* s = shared.get();
+    ThreadManager* tm = ThreadManager::getInstance();
+    storage::ReminderStorage* store = s->writer.reminderStorage();
+    for (int i = 0; i < 10; ++i)
+        tm->invokeWrite([store, i] { store->save(record(i)); }, false);
+    tm->invoke(
+        [s] {
+            int n = 0;
+            for (int i = 0; i < 10; ++i)
+                n += committed(&s->reader, i) ? 1 : 0;
+            s->found = n;
+        },
+        false);
+    QVERIFY(tm->waitForIdle());
+    QCOMPARE(s->found.load(), 10);
+}
+
+void TestThreadManager::reportOutsideAGroupIsPostedAtOnce()
+{
+    ThreadManager* tm = ThreadManager::getInstance();
+    auto receiver = std::make_unique<QObject>();
+    QObject* to = receiver.get();
+    auto ran = std::make_shared<std::atomic<QThread*>>(nullptr);
+    tm->invoke([tm, to, ran] { tm->reportTo(to, [ran] { *ran = QThread::currentThread(); }); }, true);
+    QVERIFY(tm->waitForIdle());
+    QTRY_VERIFY(ran->load() != nullptr);
+    QCOMPARE(ran->load(), QThread::currentThread());
+}
 
 void TestThreadManager::singleton()
 {

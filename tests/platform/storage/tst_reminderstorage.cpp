@@ -2,7 +2,11 @@
 #include "storagesql.h"
 #include "storagetestutil.h"
 #include "userstorageprovider.h"
+#include "writebatch.h"
 
+#include <QMap>
+#include <QRandomGenerator>
+#include <QSemaphore>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -65,6 +69,10 @@ private slots:
     void queryPlansUseIndexes();
     void sqliteErrorsAreReportedAndLogged();
     void concurrentUse();
+    void groupedWritesKeepTheSearchIndexExact_data();
+    void groupedWritesKeepTheSearchIndexExact();
+    void groupedWritesAreSeenAtOnceAndCommittedTogether();
+    void writeFromAnotherThreadCommitsTheGroup();
 
 private:
     ReminderStorage* store() const { return m_provider->reminderStorage(); }
@@ -893,6 +901,156 @@ void TestReminderStorage::concurrentUse()
     RawDb raw(dbPath());
     QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
 }
+
+// Writes grouped into one transaction (as the storage worker groups them)
+// put their search index work off to the group's end; the index must come
+// out exactly as row-by-row writing leaves it, and a lookup in the middle
+// of the group must already find the group's rows.
+void TestReminderStorage::groupedWritesKeepTheSearchIndexExact_data()
+{
+    QTest::addColumn<quint32>("seed");
+    QTest::addColumn<bool>("searchDuring");
+    for (quint32 seed : { 1u, 2u, 3u })
+        QTest::newRow(qPrintable(QStringLiteral("seed %1").arg(seed))) << seed << false;
+    for (quint32 seed : { 4u, 5u })
+        QTest::newRow(qPrintable(QStringLiteral("seed %1, searching during the group").arg(seed))) << seed << true;
+}
+
+void TestReminderStorage::groupedWritesKeepTheSearchIndexExact()
+{
+    QFETCH(quint32, seed);
+    QFETCH(bool, searchDuring);
+    QRandomGenerator random(seed);
+    static const char* const words[] = { "Invoice", "dentist", "Zürich", "garden", "report", "买面包", "stand-up" };
+    QMap<QString, QString> expected; // id -> text
+    int made = 0;
+    auto text = [&] {
+        QString t;
+        for (int n = random.bounded(1, 4); n > 0; --n)
+            t += QString::fromUtf8(words[random.bounded(int(std::size(words)))]) + QLatin1Char(' ');
+        return t;
+    };
+    auto anyId = [&] { return expected.keys().at(random.bounded(int(expected.size()))); };
+    auto save = [&](const QString& id, const QString& t) {
+        QVERIFY(store()->save(makeInfo(id, t, random.bounded(1000), 0)));
+        expected.insert(id, t);
+    };
+    auto check = [&](const char* when) {
+        for (const char* word : words) {
+            const QString keyword = QString::fromUtf8(word).toUpper();
+            QStringList want;
+            for (auto it = expected.constBegin(); it != expected.constEnd(); ++it) {
+                if (it.value().contains(keyword, Qt::CaseInsensitive))
+                    want << it.key();
+            }
+            QStringList got = store()->idsWithKeyword(keyword);
+            want.sort();
+            got.sort();
+            QVERIFY2(got == want, qPrintable(QStringLiteral("%1, keyword %2: %3 found, %4 expected")
+                                                 .arg(QLatin1String(when), keyword)
+                                                 .arg(got.size())
+                                                 .arg(want.size())));
+        }
+    };
+
+    for (int i = 0; i < 20; ++i)
+        save(QStringLiteral("r%1").arg(++made), text());
+
+    storage::WriteBatch::begin();
+    for (int step = 0; step < 400; ++step) {
+        const int op = expected.size() < 5 ? 0 : random.bounded(10);
+        if (op <= 3) {
+            save(QStringLiteral("r%1").arg(++made), text());
+        } else if (op <= 5) {
+            save(anyId(), text());
+        } else if (op == 6) {
+            const QString id = anyId();
+            save(id, expected.value(id)); // the same text: no index work
+        } else if (op == 7) {
+            const QString id = anyId();
+            QVERIFY(store()->remove(id));
+            expected.remove(id);
+        } else if (op == 8) {
+            QList<ReminderInfo> infos;
+            for (int n = 0; n < 3; ++n) {
+                const QString id = random.bounded(2) ? anyId() : QStringLiteral("r%1").arg(++made);
+                infos << makeInfo(id, text(), random.bounded(1000), 0);
+            }
+            QVERIFY(store()->saveAll(infos));
+            for (const ReminderInfo& info : infos)
+                expected.insert(info.id, info.text);
+        } else {
+            const QList<QString> ids { anyId(), anyId() };
+            QVERIFY(store()->remove(ids));
+            for (const QString& id : ids)
+                expected.remove(id);
+        }
+        if (searchDuring && step % 50 == 25)
+            check("during the group");
+    }
+    QVERIFY(storage::WriteBatch::commit());
+    check("after the commit");
+    QCOMPARE(store()->count(), int(expected.size()));
+
+    // The index agrees with the rows it indexes, and survives a reopen.
+    {
+        RawDb raw(dbPath());
+        QVERIFY(raw.isOpen());
+        QVERIFY2(raw.exec(QStringLiteral("INSERT INTO reminder_fts(reminder_fts, rank) VALUES ('integrity-check', 1)")),
+                 qPrintable(raw.lastError()));
+    }
+    reopen();
+    check("after reopening");
+}
+
+void TestReminderStorage::groupedWritesAreSeenAtOnceAndCommittedTogether()
+{
+    storage::WriteBatch::begin();
+    QVERIFY(storage::WriteBatch::isActive());
+    QVERIFY(store()->save(makeInfo(QStringLiteral("g1"), QStringLiteral("first of the group"), 1, 500)));
+    QVERIFY(store()->updateRemindTime(QStringLiteral("g1"), 700));
+    // This connection sees the group's writes; another one does not yet.
+    QCOMPARE(store()->count(), 1);
+    QCOMPARE(store()->nearestTimestamp(), qint64(700));
+    {
+        RawDb raw(dbPath());
+        QCOMPARE(raw.rows(QStringLiteral("SELECT count(*) FROM reminder")), QStringList { "0" });
+    }
+    QVERIFY(storage::WriteBatch::commit());
+    QVERIFY(!storage::WriteBatch::isActive());
+    RawDb raw(dbPath());
+    QCOMPARE(raw.rows(QStringLiteral("SELECT id, remind_time FROM reminder")), QStringList { "g1|700" });
+    // Outside a group a write is committed when it returns.
+    QVERIFY(store()->updateRemindTime(QStringLiteral("g1"), 900));
+    QCOMPARE(raw.rows(QStringLiteral("SELECT remind_time FROM reminder")), QStringList { "900" });
+}
+
+void TestReminderStorage::writeFromAnotherThreadCommitsTheGroup()
+{
+    // The grouping thread leaves its group open; a write from this thread
+    // returns committed, and takes the group's earlier writes with it.
+    QSemaphore grouped;
+    QSemaphore written;
+    bool committed = false;
+    std::thread grouping([&] {
+        storage::WriteBatch::begin();
+        store()->save(makeInfo(QStringLiteral("worker"), QStringLiteral("written by the group"), 1, 0));
+        grouped.release();
+        written.acquire();
+        committed = storage::WriteBatch::commit();
+    });
+    grouped.acquire();
+    QVERIFY(store()->save(makeInfo(QStringLiteral("other"), QStringLiteral("written from another thread"), 2, 0)));
+    {
+        RawDb raw(dbPath());
+        QCOMPARE(raw.rows(QStringLiteral("SELECT id FROM reminder ORDER BY id")), (QStringList { "other", "worker" }));
+    }
+    written.release();
+    grouping.join();
+    QVERIFY(committed);
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("written"))), (QStringList { "other", "worker" }));
+}
+
 
 QTEST_GUILESS_MAIN(TestReminderStorage)
 #include "tst_reminderstorage.moc"

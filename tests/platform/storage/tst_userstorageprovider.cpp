@@ -4,18 +4,24 @@
 #include "storagetestutil.h"
 #include "userstorageprovider.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QRandomGenerator>
 #include <QRegularExpression>
+#include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <cstdio>
+#include <unistd.h>
 
 #include <memory>
 
 using storage::ReminderInfo;
 using storage::UserStorageProvider;
+using storagetest::idsOf;
 using storagetest::makeInfo;
 using storagetest::RawDb;
 
@@ -103,6 +109,9 @@ private slots:
     void foreignSchemaIsMovedAside();
     void nameClashIsMovedAside();
     void unusableLocationFailsGracefully();
+    void cleanlyClosedFileIsNotReadWhole();
+    void fileLeftByAKilledProcess_data();
+    void fileLeftByAKilledProcess();
 };
 
 void TestUserStorageProvider::init()
@@ -479,5 +488,126 @@ void TestUserStorageProvider::unusableLocationFailsGracefully()
     QCOMPARE(readAll(dataDir), QByteArray("not a directory"));
 }
 
-QTEST_GUILESS_MAIN(TestUserStorageProvider)
+void TestUserStorageProvider::cleanlyClosedFileIsNotReadWhole()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString dbPath = UserStorageProvider::databasePath(dir.path(), 8);
+    {
+        UserStorageProvider provider(dir.path(), 8);
+        QVERIFY(provider.isOpen());
+        QVERIFY(!provider.fullyChecked()); // a new file
+        // While it is open, the marker says so.
+        QVERIFY(QFileInfo::exists(dbPath + QStringLiteral("-open")));
+        QVERIFY(provider.reminderStorage()->save(makeInfo(QStringLiteral("a"), QStringLiteral("kept"), 1, 2)));
+    }
+    QVERIFY(!QFileInfo::exists(dbPath + QStringLiteral("-open")));
+    QVERIFY(!QFileInfo::exists(dbPath + QStringLiteral("-wal")));
+
+    UserStorageProvider provider(dir.path(), 8);
+    QVERIFY(provider.isOpen());
+    QVERIFY(!provider.fullyChecked());
+    QVERIFY(provider.movedAsidePath().isEmpty());
+    QCOMPARE(idsOf(provider.reminderStorage()->allInfos()), QStringList { "a" });
+}
+
+namespace {
+
+constexpr qint64 kKilledAccount = 9;
+
+// The child of fileLeftByAKilledProcess(): opens the account's database,
+// writes a record, says so and waits to be killed.
+int runHoldOpenChild(const QString& dataDir)
+{
+    UserStorageProvider provider(dataDir, kKilledAccount);
+    if (!provider.isOpen() || provider.movedAsidePath() != QString())
+        return 2;
+    if (!provider.reminderStorage()->save(makeInfo(QStringLiteral("late"), QStringLiteral("written before the kill"), 5, 6)))
+        return 3;
+    std::printf("open\n");
+    std::fflush(stdout);
+    for (;;)
+        ::pause();
+}
+
+} // namespace
+
+void TestUserStorageProvider::fileLeftByAKilledProcess_data()
+{
+    QTest::addColumn<bool>("damaged");
+    QTest::newRow("healthy") << false;
+    QTest::newRow("damaged") << true;
+}
+
+void TestUserStorageProvider::fileLeftByAKilledProcess()
+{
+    QFETCH(bool, damaged);
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString dbPath = UserStorageProvider::databasePath(dir.path(), kKilledAccount);
+    {
+        // Enough records that the middle of the file is a page of them.
+        UserStorageProvider provider(dir.path(), kKilledAccount);
+        QList<ReminderInfo> infos;
+        for (int i = 0; i < 3000; ++i) {
+            ReminderInfo info = makeInfo(QStringLiteral("row%1").arg(i), QStringLiteral("text %1").arg(i), i, i);
+            info.data = QByteArray(300, char('a' + i % 26));
+            infos << info;
+        }
+        QVERIFY(provider.reminderStorage()->saveAll(infos));
+    }
+
+    QProcess child;
+    child.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--hold-open"), dir.path() });
+    QVERIFY2(child.waitForStarted(), qPrintable(child.errorString()));
+    QVERIFY(child.waitForReadyRead(60000));
+    QCOMPARE(child.readAllStandardOutput().trimmed(), QByteArrayLiteral("open"));
+    child.kill(); // SIGKILL: nothing of the child's own runs any more
+    QVERIFY(child.waitForFinished(60000));
+    QCOMPARE(child.exitStatus(), QProcess::CrashExit);
+    QVERIFY(QFileInfo::exists(dbPath + QStringLiteral("-open")));
+
+    QByteArray original;
+    if (damaged) {
+        // A page in the middle of the main file turns to garbage (the
+        // child's one write lies in the log, not there).
+        QFile file(dbPath);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        const qint64 page = 4096;
+        QVERIFY(file.size() > 20 * page);
+        QVERIFY(file.seek((file.size() / 2 / page) * page));
+        QCOMPARE(file.write(garbage(int(page), 21)), page);
+        file.close();
+        original = readAll(dbPath);
+    }
+
+    UserStorageProvider provider(dir.path(), kKilledAccount);
+    QVERIFY(provider.isOpen());
+    QVERIFY(provider.fullyChecked());
+    if (damaged) {
+        const QString moved = provider.movedAsidePath();
+        QVERIFY2(!moved.isEmpty(), "the damaged database was not detected");
+        QCOMPARE(readAll(moved), original);
+        QVERIFY(logMentions(moved));
+        checkUsable(provider);
+    } else {
+        QVERIFY(provider.movedAsidePath().isEmpty());
+        QCOMPARE(provider.reminderStorage()->count(), 3001);
+        bool found = false;
+        provider.reminderStorage()->info(QStringLiteral("late"), &found);
+        QVERIFY(found);
+    }
+}
+
+int main(int argc, char** argv)
+{
+    if (argc > 2 && qstrcmp(argv[1], "--hold-open") == 0) {
+        QCoreApplication app(argc, argv);
+        return runHoldOpenChild(QString::fromLocal8Bit(argv[2]));
+    }
+    QCoreApplication app(argc, argv);
+    TestUserStorageProvider tc;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&tc, argc, argv);
+}
 #include "tst_userstorageprovider.moc"

@@ -1,0 +1,82 @@
+#include "writebatch.h"
+
+#include "connection.h"
+
+#include <algorithm>
+#include <mutex>
+#include <vector>
+
+namespace storage {
+
+namespace {
+
+// Lock order: this mutex, then a connection's lock; never the other way.
+std::mutex& registryMutex()
+{
+    static std::mutex mutex;
+    return mutex;
+}
+
+std::vector<Connection*>& registry()
+{
+    static std::vector<Connection*> connections;
+    return connections;
+}
+
+thread_local bool t_grouping = false;
+// The connection whose group this thread opened last (only compared, never
+// followed: it may be gone).
+thread_local const Connection* t_groupConnection = nullptr;
+
+bool commitAll()
+{
+    std::lock_guard<std::mutex> lock(registryMutex());
+    bool ok = true;
+    for (Connection* connection : registry())
+        ok = connection->commitGroup() && ok;
+    t_groupConnection = nullptr;
+    return ok;
+}
+
+} // namespace
+
+void WriteBatch::begin()
+{
+    t_grouping = true;
+}
+
+bool WriteBatch::commit()
+{
+    const bool ok = commitAll();
+    t_grouping = false;
+    return ok;
+}
+
+bool WriteBatch::isActive()
+{
+    return t_grouping;
+}
+
+void WriteBatch::enter(Connection* connection)
+{
+    if (!t_grouping)
+        return;
+    if (t_groupConnection && t_groupConnection != connection)
+        commitAll();
+    t_groupConnection = connection;
+}
+
+void WriteBatch::add(Connection* connection)
+{
+    std::lock_guard<std::mutex> lock(registryMutex());
+    registry().push_back(connection);
+}
+
+void WriteBatch::remove(Connection* connection)
+{
+    std::lock_guard<std::mutex> lock(registryMutex());
+    auto& all = registry();
+    all.erase(std::remove(all.begin(), all.end(), connection), all.end());
+}
+
+} // namespace storage

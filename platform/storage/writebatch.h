@@ -1,0 +1,43 @@
+#pragma once
+
+namespace storage {
+
+class Connection;
+
+// Lets the thread that runs the storage tasks (the storage worker) group
+// the writes of many tasks into one transaction per connection, so that a
+// burst of small writes pays for one commit instead of one each.
+//
+// Between begin() and commit() every write that this thread makes through a
+// Connection joins that connection's open group (the first of them opens
+// it); commit() makes the group durable. Until then nothing of the group is
+// on disk: whoever is told that such a write is done must be told after
+// commit() (ThreadManager defers those reports). A write from any other
+// thread while a group is open commits the group together with itself, so
+// that a write call that returns on another thread has been committed, as
+// it always was. Reads on the connection see the group's writes at once.
+class WriteBatch
+{
+public:
+    // From now on this thread's writes are grouped.
+    static void begin();
+    // Commits every open group and stops grouping on this thread. False
+    // when a commit failed (logged): the writes of that group are lost.
+    static bool commit();
+    // Whether this thread groups its writes.
+    static bool isActive();
+
+    // Call before taking a connection's lock for a write. On the grouping
+    // thread, a group open on another connection is committed first: two
+    // connections of one file would otherwise wait for each other's write
+    // lock on a single thread.
+    static void enter(Connection* connection);
+
+private:
+    friend class Connection;
+    // Every live connection, so that commit() reaches each open group.
+    static void add(Connection* connection);
+    static void remove(Connection* connection);
+};
+
+} // namespace storage
