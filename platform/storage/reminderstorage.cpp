@@ -100,10 +100,18 @@ QList<ReminderInfo> ReminderStorage::allInfos()
     SyncLocker lock(&m_connection->mutex());
     if (!detail::ready(m_connection, "allInfos"))
         return {};
-    StatementScope stmt(m_connection->statement(sql::kAllInfos));
-    if (!stmt)
-        return {};
-    return readInfos(m_connection, stmt.get(), "allInfos");
+    QList<ReminderInfo> infos;
+    {
+        StatementScope stmt(m_connection->statement(sql::kAllInfos));
+        if (!stmt)
+            return {};
+        infos = readInfos(m_connection, stmt.get(), "allInfos");
+    }
+    // Reading every record filled the page cache with pages that no write
+    // is about to need; they go back now, so that what the caller makes of
+    // the records can take their memory (written pages stay).
+    sqlite3_db_release_memory(m_connection->handle());
+    return infos;
 }
 
 // Binds and runs the upsert; the caller holds the lock.
