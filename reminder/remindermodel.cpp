@@ -114,7 +114,7 @@ qint64 ReminderModel::sortTime(const ReminderItemPtr& item)
     return order >= 1 ? order : item->timestamp();
 }
 
-int ReminderModel::findPosition(const QList<ReminderItemPtr>& list, qint64 key, bool* found)
+int ReminderModel::findPosition(const ItemSequence& list, qint64 key, bool* found)
 {
     *found = false;
     const int size = int(list.size());
@@ -141,7 +141,7 @@ int ReminderModel::findPosition(const QList<ReminderItemPtr>& list, qint64 key, 
     return std::max(lo, hi);
 }
 
-void ReminderModel::placeBatch(QList<ReminderItemPtr>& list, const QList<ReminderItemPtr>& batch)
+void ReminderModel::placeBatch(ItemSequence& list, const QList<ReminderItemPtr>& batch)
 {
     if (batch.isEmpty())
         return;
@@ -196,7 +196,7 @@ void ReminderModel::placeBatch(QList<ReminderItemPtr>& list, const QList<Reminde
             merged.append(list.at(i));
         for (; j < keyed.size(); ++j)
             merged.append(batch.at(keyed[j].second));
-        list = std::move(merged);
+        list.assign(merged);
         return;
     }
 
@@ -256,7 +256,7 @@ void ReminderModel::insertEach(const QList<ReminderItemPtr>& items)
         if (!item)
             continue;
         QList<ReminderItemPtr>& added = item->completed() ? completed : open;
-        const QList<ReminderItemPtr>& section = item->completed() ? m_completedItems : m_openItems;
+        const ItemSequence& section = item->completed() ? m_completedItems : m_openItems;
         const ReminderItemPtr& before = !added.isEmpty() ? added.constLast()
             : (!section.isEmpty() ? section.constLast() : ReminderItemPtr());
         if (before && sortTime(item) >= sortTime(before)) {
@@ -475,7 +475,7 @@ void ReminderModel::move(int from, int to, QList<ReminderItemPtr>& changed)
 
     const int c = int(m_completedItems.size());
     const int a = int(m_openItems.size());
-    QList<ReminderItemPtr>* section = &m_openItems;
+    ItemSequence* section = &m_openItems;
     int offset = 0;
     if (!m_completedShown) {
         if (to < 0 || to >= a)
@@ -498,7 +498,7 @@ void ReminderModel::move(int from, int to, QList<ReminderItemPtr>& changed)
 
     // New order times keep the section descending; setOrderTime refuses a
     // value below 1, in which case the item keeps its order time.
-    QList<ReminderItemPtr>& list = *section;
+    ItemSequence& list = *section;
     const int t = to - offset;
     const int last = int(list.size()) - 1;
     const ReminderItemPtr moved = list.at(t);

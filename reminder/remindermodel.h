@@ -2,6 +2,7 @@
 
 #include "reminder_global.h"
 #include "reminderitem.h"
+#include "itemsequence.h"
 #include "showtimeindex.h"
 
 #include <QAbstractListModel>
@@ -159,10 +160,10 @@ private:
     static qint64 sortTime(const ReminderItemPtr& item);
     // Where key goes in a list sorted by descending sort time; *found tells
     // that the position holds an item with that very sort time.
-    static int findPosition(const QList<ReminderItemPtr>& list, qint64 key, bool* found);
+    static int findPosition(const ItemSequence& list, qint64 key, bool* found);
     // Places a batch (in its order) into one section, with the result of
     // placing the items one by one with findPosition.
-    static void placeBatch(QList<ReminderItemPtr>& list, const QList<ReminderItemPtr>& batch);
+    static void placeBatch(ItemSequence& list, const QList<ReminderItemPtr>& batch);
     // Makes the row layout follow `show` (completed rows shown or not),
     // announcing the completed rows around the change.
     void showCompletedRows(bool show);
@@ -175,8 +176,8 @@ private:
 
     QHash<int, QByteArray> m_roleNames;
     AccountBase* m_account = nullptr;
-    QList<ReminderItemPtr> m_openItems;
-    QList<ReminderItemPtr> m_completedItems;
+    ItemSequence m_openItems;
+    ItemSequence m_completedItems;
     QHash<QString, ReminderItemPtr> m_index;
     mutable QRecursiveMutex m_indexLock;
     bool m_expand = false;
