@@ -64,16 +64,28 @@ SqliteSchema accountSchema()
 
 } // namespace
 
-Connection::Connection(const QString& path)
-    : m_file(path, QStringLiteral("storage"), accountSchema(), SqliteFile::Threading::Shared)
+Connection::Connection(const QString& path, Opening opening)
+    : m_path(path)
 {
+    if (opening == Opening::Now)
+        ensureOpen();
 }
 
 Connection::~Connection()
 {
     // No store may be halfway through a statement while the file closes.
     SyncLocker lock(&m_mutex);
-    m_file.close();
+    if (m_file)
+        m_file->close();
+}
+
+bool Connection::ensureOpen()
+{
+    // Tried once: a file that could not be opened stays closed, as it
+    // would have had it been opened at construction.
+    if (!m_file)
+        m_file.emplace(m_path, QStringLiteral("storage"), accountSchema(), SqliteFile::Threading::Shared);
+    return m_file->isOpen();
 }
 
 } // namespace storage

@@ -11,6 +11,7 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <memory>
 
@@ -103,6 +104,8 @@ private slots:
     void foreignSchemaIsMovedAside();
     void nameClashIsMovedAside();
     void unusableLocationFailsGracefully();
+    void openingLeftToTheFirstUse_data();
+    void openingLeftToTheFirstUse();
 };
 
 void TestUserStorageProvider::init()
@@ -477,6 +480,68 @@ void TestUserStorageProvider::unusableLocationFailsGracefully()
 
     // The file that stood in the way is untouched.
     QCOMPARE(readAll(dataDir), QByteArray("not a directory"));
+}
+
+
+void TestUserStorageProvider::openingLeftToTheFirstUse_data()
+{
+    QTest::addColumn<bool>("unusable");
+    QTest::addColumn<QString>("firstUse");
+
+    for (const QString& use : { QStringLiteral("a read on another thread"), QStringLiteral("isOpen"),
+                                QStringLiteral("movedAsidePath") }) {
+        QTest::addRow("new file, %s", qPrintable(use)) << false << use;
+        QTest::addRow("unusable file, %s", qPrintable(use)) << true << use;
+    }
+}
+
+// A provider that leaves the opening to its first use touches nothing
+// before it; then the file is opened (created, or moved aside when it
+// cannot be used) exactly as at construction, on the first user's thread.
+void TestUserStorageProvider::openingLeftToTheFirstUse()
+{
+    QFETCH(bool, unusable);
+    QFETCH(QString, firstUse);
+
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString dbPath = UserStorageProvider::databasePath(dir.path(), 12);
+    const QByteArray content = garbage(4096, 20);
+    if (unusable)
+        QVERIFY(writeFile(dbPath, content));
+
+    UserStorageProvider provider(dir.path(), 12, UserStorageProvider::Opening::OnFirstUse);
+    QCOMPARE(provider.databasePath(), dbPath);
+    if (unusable) {
+        QCOMPARE(readAll(dbPath), content);
+        QVERIFY(movedAsideFiles(dbPath).isEmpty());
+    } else {
+        QVERIFY(!QFileInfo::exists(dbPath));
+    }
+
+    if (firstUse == QLatin1String("a read on another thread")) {
+        int count = -1;
+        std::unique_ptr<QThread> reader(
+            QThread::create([&provider, &count] { count = provider.reminderStorage()->count(); }));
+        reader->start();
+        QVERIFY(reader->wait(60000));
+        QCOMPARE(count, 0);
+    } else if (firstUse == QLatin1String("isOpen")) {
+        QVERIFY(provider.isOpen());
+    } else {
+        QCOMPARE(provider.movedAsidePath().isEmpty(), !unusable);
+    }
+
+    QVERIFY(QFileInfo::exists(dbPath));
+    const QString moved = provider.movedAsidePath();
+    if (unusable) {
+        QVERIFY(!moved.isEmpty());
+        QCOMPARE(readAll(moved), content);
+        QCOMPARE(movedAsideFiles(dbPath), QStringList { QFileInfo(moved).fileName() });
+    } else {
+        QVERIFY(moved.isEmpty());
+    }
+    checkUsable(provider);
 }
 
 QTEST_GUILESS_MAIN(TestUserStorageProvider)
