@@ -4,19 +4,13 @@
 // (saying that they load) and then shows all of them.
 #include "deskapp.h"
 
-#include "accountbase.h"
-#include "contentcipher.h"
 #include "deskbackend.h"
 #include "deskdevice.h"
 #include "imlog.h"
 #include "reminderhandler.h"
-#include "reminderinfo.h"
-#include "reminderitem.h"
 #include "remindermodel.h"
-#include "reminderstorage.h"
-#include "userstorageprovider.h"
+#include "storedreminders.h"
 
-#include <QDateTime>
 #include <QProcess>
 #include <QQuickItem>
 #include <QQuickWindow>
@@ -27,38 +21,6 @@
 #include <csignal>
 
 Q_IMPORT_QML_PLUGIN(ReminderDeskPlugin)
-
-namespace {
-
-// n stored reminders on device 1, every tenth completed.
-bool fillDeviceStore(const QString& dataDir, int n)
-{
-    AccountBase account(DeskBackend::kAccountId, 1, DeskBackend::deviceDirectory(dataDir, 1),
-                        ContentCipher::deriveKey(DeskBackend::accountSecret()));
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    QList<storage::ReminderInfo> infos;
-    for (int i = 0; i < n; ++i) {
-        ReminderItem item(QStringLiteral("1_%1").arg(i + 1));
-        item.setText(QStringLiteral("Stored reminder %1").arg(i + 1));
-        const qint64 when = now + qint64(i + 1) * 3600 * 1000;
-        item.setOriginalRemindTime(when);
-        item.setShowRemindTime(when);
-        item.setRemindTime(when);
-        item.setOrderTime(now - qint64(i) * 1000);
-        if (i % 10 == 0) {
-            item.setReminded(true);
-            item.setCompleted(true);
-        }
-        storage::ReminderInfo info;
-        if (!item.serialize(info))
-            return false;
-        infos.append(info);
-    }
-    return account.storage()->isOpen() && account.storage()->reminderStorage()->saveAll(infos)
-        && account.storage()->reminderStorage()->count() == n;
-}
-
-} // namespace
 
 class DeskAppTest : public QObject
 {
