@@ -20,6 +20,9 @@
 #include <QQuickWindow>
 #include <QScreen>
 #include <QSystemTrayIcon>
+#include <QTimer>
+
+#include <memory>
 
 DeskApp::DeskApp(const DeskOptions& options, QObject* parent)
     : QObject(parent)
@@ -61,9 +64,9 @@ bool DeskApp::start()
 
     m_backend.reset(new DeskBackend(m_options.dataDir, m_options.devices));
     connect(m_backend.get(), &DeskBackend::allListed, this, &DeskApp::allListed);
-    // The local reminders load on a thread of their own while the windows
-    // come up; each list fills when its load is done.
-    m_backend->signInAll();
+    // The devices are signed in (their windows show them loading); their
+    // local reminders load once the windows are up (startLoadsAfterFirstFrames).
+    m_backend->signInAll(DeviceSession::Load::Later);
 
     m_engine.reset(new QQmlApplicationEngine);
     m_engine->addImportPath(QStringLiteral("qrc:/qt/qml"));
@@ -85,6 +88,7 @@ bool DeskApp::start()
         m_windows.append(window);
     }
     placeWindows();
+    startLoadsAfterFirstFrames();
     for (QQuickWindow* window : std::as_const(m_windows))
         window->show();
     connect(qApp, &QCoreApplication::aboutToQuit, this, &DeskApp::settleBeforeQuit);
@@ -96,6 +100,41 @@ bool DeskApp::start()
     if (m_backend->isAllListed())
         emit allListed();
     return true;
+}
+
+void DeskApp::startLoadsAfterFirstFrames()
+{
+    // Deliberate: the loads wait for the windows' first frames. The loading
+    // thread reads, checks and decodes the whole store, which on a machine
+    // with few cores takes the processor from the interface thread while it
+    // builds and draws the window; the first frame is worth more than the
+    // few milliseconds the load waits (it shows "Loading…" meanwhile).
+    auto* waiting = new QObject(this);
+    auto remaining = std::make_shared<int>(int(m_windows.size()));
+    auto started = std::make_shared<bool>(false);
+    auto startLoads = [this, waiting, started] {
+        if (*started)
+            return;
+        *started = true;
+        waiting->deleteLater();
+        m_backend->startLoads();
+    };
+    for (QQuickWindow* window : std::as_const(m_windows)) {
+        auto framed = std::make_shared<bool>(false);
+        // frameSwapped may come from a render thread: the context object
+        // brings it to this thread.
+        connect(window, &QQuickWindow::frameSwapped, waiting, [framed, remaining, startLoads] {
+            if (*framed)
+                return;
+            *framed = true;
+            if (--*remaining == 0)
+                startLoads();
+        });
+    }
+    // A window that is never drawn (started minimised, on a hidden
+    // workspace) does not keep its reminders from loading: the loads start
+    // then anyway.
+    QTimer::singleShot(kLoadAtTheLatestMs, waiting, startLoads);
 }
 
 QQuickItem* DeskApp::pane(int index) const

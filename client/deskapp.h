@@ -44,11 +44,15 @@ public:
     // gets no place: the window manager chooses.
     static QList<QRect> windowPlaces(int count, const QRect& area);
     static constexpr int kMinimumWidth = 760;
+    // The local reminders start loading once every window has shown its
+    // first frame, or this long after the windows were shown.
+    static constexpr int kLoadAtTheLatestMs = 3000;
 
-    // Creates the backend, signs every device in (loading its reminders and
-    // listing from the server), loads one window per device and tells each
-    // handler that its pages are ready. False when the interface did not
-    // load.
+    // Creates the backend, signs every device in, loads one window per
+    // device and tells each handler that its pages are ready; each device's
+    // reminders load (and the account is listed from the server) once the
+    // windows have shown their first frames. False when the interface did
+    // not load.
     bool start();
 
     const DeskOptions& options() const { return m_options; }
@@ -71,6 +75,7 @@ signals:
 private:
     void setUpTray();
     void placeWindows();
+    void startLoadsAfterFirstFrames();
 
     DeskOptions m_options;
     std::unique_ptr<DeskBackend> m_backend;

@@ -109,11 +109,17 @@ DeskBackend::~DeskBackend()
     m_files.reset();
 }
 
-void DeskBackend::signInAll()
+void DeskBackend::signInAll(DeviceSession::Load load)
 {
     for (DeviceSession* s : std::as_const(m_sessions))
-        s->signIn();
+        s->signIn(load);
     m_clock->start();
+}
+
+void DeskBackend::startLoads()
+{
+    for (DeviceSession* s : std::as_const(m_sessions))
+        s->startLoad();
 }
 
 bool DeskBackend::isAllListed() const

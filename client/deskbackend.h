@@ -1,5 +1,6 @@
 #pragma once
 
+#include "devicesession.h"
 #include "reminderitem.h"
 
 #include <QList>
@@ -9,7 +10,6 @@
 #include <memory>
 
 class DeskDevice;
-class DeviceSession;
 class FileService;
 class ReminderServer;
 class TimeChangeWatcher;
@@ -45,9 +45,12 @@ public:
     ReminderServer* server() const { return m_server.get(); }
     FileService* fileService() const { return m_files.get(); }
 
-    // Loads every device's local reminders and lists the account from the
-    // server; allListed() follows once every device's first listing is in.
-    void signInAll();
+    // Signs every device in: loads its local reminders (at once, or with
+    // Load::Later once startLoads() is called) and lists the account from
+    // the server; allListed() follows once every device's first listing
+    // is in.
+    void signInAll(DeviceSession::Load load = DeviceSession::Load::Now);
+    void startLoads();
     bool isAllListed() const;
     // The toast for a file the media parser refused (a FileUtil error).
     static QString attachErrorText(int code);

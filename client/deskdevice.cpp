@@ -63,7 +63,7 @@ DeskDevice::DeskDevice(DeviceSession* session, int number, const QString& direct
     });
     connect(m_session, &DeviceSession::loadedChanged, this, [this] {
         if (loaded())
-            resolveQuoteSenders({});
+            resolveAllQuoteSenders();
         emit loadedChanged();
     });
     // Deliberate: a quote goes out with its sender only once the sender is
@@ -75,14 +75,9 @@ DeskDevice::DeskDevice(DeviceSession* session, int number, const QString& direct
         // The load's own insertion is covered once it is in (above).
         if (!loaded())
             return;
-        QStringList ids;
-        for (int row = first; row <= last; ++row) {
-            const ReminderItemPtr item =
-                model->data(model->index(row, 0), ReminderModel::ReminderDataRole).value<ReminderItemPtr>();
-            if (item)
-                ids.append(item->remindId());
-        }
-        resolveQuoteSenders(ids);
+        for (int row = first; row <= last; ++row)
+            resolveQuoteSender(
+                model->data(model->index(row, 0), ReminderModel::ReminderDataRole).value<ReminderItemPtr>());
     });
     connect(m_session, &DeviceSession::listFinished, this, [this] {
         if (m_listing) {
@@ -263,18 +258,25 @@ void DeskDevice::answerDone(const QString& remindId)
     bumpTick();
 }
 
-void DeskDevice::resolveQuoteSenders(const QStringList& remindIds)
+void DeskDevice::resolveQuoteSender(const ReminderItemPtr& item)
 {
+    // Only a sender that is known by its id: 0 says nobody.
+    if (item && item->quoteMsgItem() && item->quoteMsgItem()->senderId() > 0)
+        item->resolveQuoteSender(account());
+}
+
+void DeskDevice::resolveAllQuoteSenders()
+{
+    // The shown rows are read in place; only the completed reminders that
+    // are not shown are looked up by id (a lookup per reminder costs more
+    // than the walk itself, and the whole list waits for it).
     ReminderModel* model = m_handler->reminderModel();
-    QStringList ids = remindIds;
-    if (ids.isEmpty())
-        model->allIds(ids);
-    for (const QString& id : std::as_const(ids)) {
-        const ReminderItemPtr item = model->itemById(id);
-        // Only a sender that is known by its id: 0 says nobody.
-        if (item && item->quoteMsgItem() && item->quoteMsgItem()->senderId() > 0)
-            item->resolveQuoteSender(account());
-    }
+    const int rows = model->rowCount();
+    for (int row = 0; row < rows; ++row)
+        resolveQuoteSender(model->data(model->index(row, 0), ReminderModel::ReminderDataRole).value<ReminderItemPtr>());
+    // Collapsed: the completed reminders have no rows.
+    if (rows < model->count())
+        model->forEachCompletedId([this, model](const QString& id) { resolveQuoteSender(model->itemById(id)); });
 }
 
 void DeskDevice::loadSnoozed()

@@ -200,9 +200,10 @@ private:
     // row still says "Snoozed until" after a restart.
     void loadSnoozed();
     void saveSnoozed();
-    // Gives the quotes of those reminders (all, for an empty list) their
+    // Gives the quote of the reminder (of every reminder in the list) its
     // sender from the account's dialogs.
-    void resolveQuoteSenders(const QStringList& remindIds);
+    void resolveQuoteSender(const ReminderItemPtr& item);
+    void resolveAllQuoteSenders();
 
     // Reminders the user snoozed from a banner here: the remind time each
     // was given (a one-off one keeps no snooze state in the module, and a

@@ -31,7 +31,11 @@ DeviceSession::DeviceSession(ReminderServer* server, FileService* files, const Q
                              qint64 deviceId, const QByteArray& secret, QObject* parent)
     : QObject(parent)
 {
-    m_account = new AccountBase(accountId, deviceId, dataDir, ContentCipher::deriveKey(secret), this);
+    // The database is opened by its first use, the load on the loading
+    // thread: checking a large file as it opens reads all of it, which the
+    // interface thread would otherwise wait for before its first frame.
+    m_account = new AccountBase(accountId, deviceId, dataDir, ContentCipher::deriveKey(secret), this,
+                                AccountBase::StorageOpening::OnFirstUse);
     m_files.reset(new FileManager(files, m_account->storage()));
     m_files->setCacheDirectory(m_account->cacheDirectory());
     m_account->setFileManager(m_files.get());
@@ -78,7 +82,7 @@ DeviceSession::~DeviceSession()
     m_files.reset();
 }
 
-void DeviceSession::signIn()
+void DeviceSession::signIn(Load load)
 {
     MediaSenderModel::getInstance()->setCacheDirectory(m_account->cacheDirectory());
     const int generation = m_signInGeneration.fetchAndAddOrdered(1) + 1;
@@ -87,6 +91,24 @@ void DeviceSession::signIn()
     // Lowered here, on the interface thread, and raised again by signOut:
     // a load that starts after a sign-out stops before its first record.
     m_handler->setStopped(false);
+    m_heldLoad = 0;
+    if (load == Load::Later)
+        m_heldLoad = generation;
+    else
+        runLoad(generation);
+}
+
+void DeviceSession::startLoad()
+{
+    const int generation = m_heldLoad;
+    m_heldLoad = 0;
+    // A sign-out since made the held load stale.
+    if (generation != 0 && generation == m_signInGeneration.loadAcquire())
+        runLoad(generation);
+}
+
+void DeviceSession::runLoad(int generation)
+{
     ReminderHandler* handler = m_handler;
     CrossThread::run(&m_loader, [this, handler, generation] {
         if (m_signInGeneration.loadAcquire() != generation)
@@ -173,6 +195,7 @@ void DeviceSession::relist()
 void DeviceSession::signOut()
 {
     m_signInGeneration.fetchAndAddOrdered(1);
+    m_heldLoad = 0;
     setLoaded(false);
     m_acceptServer = false;
     m_handler->prepareToClearData(false);

@@ -34,11 +34,21 @@ public:
     FileManager* fileManager() const { return m_files.get(); }
     ReminderServerSession* serverSession() const { return m_session; }
 
-    // Loads the local reminders on a thread of its own, so that the
-    // interface stays responsive; once the handler has taken them in,
-    // emits loadedChanged() and lists the account from the server (the handler
-    // starts sending when the listing has finished).
-    void signIn();
+    enum class Load {
+        Now,
+        // Once startLoad() is called (a host that first puts up its
+        // interface, so that the reading does not compete with it).
+        Later,
+    };
+
+    // Signs in: loads the local reminders on a thread of their own, so
+    // that the interface stays responsive; once the handler has taken them
+    // in, emits loadedChanged() and lists the account from the server (the
+    // handler starts sending when the listing has finished).
+    void signIn(Load load = Load::Now);
+    // Starts the load of a sign-in made with Load::Later; does nothing
+    // when there is none (already started, or signed out since).
+    void startLoad();
     // Lists again, as after a reconnection.
     void relist();
     // Drops the account's data from the handler (the store stays). A load
@@ -80,6 +90,8 @@ private:
     // Counts sign-ins and sign-outs; a load belongs to the one it was
     // started by. Written on the interface thread, read by the loader.
     QAtomicInt m_signInGeneration;
+    // The sign-in whose load waits for startLoad(); 0 when none.
+    int m_heldLoad = 0;
     bool m_loaded = false;
     bool m_interfaceReady = false;
     // Until the first sign-in a host that loads the handler itself gets
@@ -87,4 +99,5 @@ private:
     bool m_acceptServer = true;
 
     void setLoaded(bool loaded);
+    void runLoad(int generation);
 };

@@ -282,6 +282,16 @@
         <extracomment>Below desk_list_empty.</extracomment>
         <translation>Add one above, or from a chat message on the right.</translation>
     </message>
+    <message id="desk_list_loading">
+        <source>Loading your reminders…</source>
+        <extracomment>In place of the list while the stored reminders are read at start.</extracomment>
+        <translation>Loading your reminders…</translation>
+    </message>
+    <message id="desk_quick_add_waiting">
+        <source>Added as soon as your reminders are loaded</source>
+        <extracomment>Under the quick add field: Enter (or Add) was pressed while the stored reminders were still being read.</extracomment>
+        <translation>Added as soon as your reminders are loaded</translation>
+    </message>
     <message id="desk_complete_tooltip">
         <source>Mark as done (Space)</source>
         <extracomment>Tooltip of a row's round check.</extracomment>

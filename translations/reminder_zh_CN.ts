@@ -274,6 +274,16 @@
         <extracomment>Below desk_list_empty.</extracomment>
         <translation>在上方添加，或从右侧的聊天消息创建。</translation>
     </message>
+    <message id="desk_list_loading">
+        <source>Loading your reminders…</source>
+        <extracomment>In place of the list while the stored reminders are read at start.</extracomment>
+        <translation>正在加载提醒…</translation>
+    </message>
+    <message id="desk_quick_add_waiting">
+        <source>Added as soon as your reminders are loaded</source>
+        <extracomment>Under the quick add field: Enter (or Add) was pressed while the stored reminders were still being read.</extracomment>
+        <translation>提醒加载完成后立即添加</translation>
+    </message>
     <message id="desk_complete_tooltip">
         <source>Mark as done (Space)</source>
         <extracomment>Tooltip of a row's round check.</extracomment>

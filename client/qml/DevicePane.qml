@@ -185,14 +185,14 @@ Item {
     }
     // "Remind me about this" for a chat message.
     function remindAbout(index) {
-        if (editor.opened || pane.device.edit.open)
+        if (editor.opened || pane.device.edit.open || !pane.device.loaded)
             return
         pane.device.edit.startQuote(index)
         editor.openFor(true)
     }
     // The edit an earlier run left open, as it was.
     function restoreDraft() {
-        if (editor.opened || pane.device.edit.open)
+        if (editor.opened || pane.device.edit.open || !pane.device.loaded)
             return
         if (pane.device.edit.restoreDraft())
             editor.openFor(pane.device.edit.kind !== "existing")

@@ -44,6 +44,9 @@ Rectangle {
         }
         PrimaryButton {
             objectName: "draftContinue"
+            // The draft of a stored reminder opens that reminder: it waits
+            // for the stored reminders to be in.
+            enabled: bar.pane.device.loaded
             text: qsTrId("desk_draft_continue")
             onClicked: bar.pane.restoreDraft()
         }

@@ -170,6 +170,8 @@ Item {
         Button {
             objectName: "remindAbout_" + bubble.index
             Layout.leftMargin: 28
+            // A new reminder waits for the stored ones (their ids are taken).
+            enabled: bubble.pane.device.loaded
             flat: true
             topInset: 0
             bottomInset: 0

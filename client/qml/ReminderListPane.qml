@@ -11,7 +11,34 @@ Item {
     required property var pane
     readonly property var handler: pane.handler
     readonly property var mainModel: handler.reminderModel
+    readonly property bool loaded: pane.device.loaded
     property alias view: list
+    // Enter (or Add) was pressed while the stored reminders were still
+    // being read: the field's text is added once they are in. The text
+    // stays in the field until then, so nothing typed is lost, and one
+    // add waits however often Enter was pressed.
+    property bool addWhenLoaded: false
+
+    function addQuick() {
+        const text = quickAdd.text.trim()
+        if (text.length === 0)
+            return
+        if (!listPane.loaded) {
+            addWhenLoaded = true
+            return
+        }
+        addWhenLoaded = false
+        listPane.handler.newReminder(text)
+        quickAdd.clear()
+    }
+
+    Connections {
+        target: listPane.pane.device
+        function onLoadedChanged() {
+            if (listPane.loaded && listPane.addWhenLoaded)
+                listPane.addQuick()
+        }
+    }
 
     // The first row from `from` on, in the direction `step`, that is not
     // hidden; -1 when none.
@@ -67,17 +94,17 @@ Item {
                 }
                 // Enter does what the Add button does, and only when it could.
                 onAccepted: if (addButton.enabled) addButton.clicked()
+                // Emptied: nothing is left to add.
+                onTextChanged: if (text.trim().length === 0) listPane.addWhenLoaded = false
             }
             FlatButton {
                 id: addButton
                 objectName: "addButton"
                 text: qsTrId("desk_add")
-                enabled: listPane.pane.device.loaded && quickAdd.text.trim().length > 0
+                // While loading it takes the text in for later (addQuick).
+                enabled: quickAdd.text.trim().length > 0 && !(listPane.addWhenLoaded && !listPane.loaded)
                 font.pixelSize: Theme.fontBase
-                onClicked: {
-                    listPane.handler.newReminder(quickAdd.text.trim())
-                    quickAdd.clear()
-                }
+                onClicked: listPane.addQuick()
             }
             PrimaryButton {
                 objectName: "newButton"
@@ -91,6 +118,16 @@ Item {
                     quickAdd.clear()
                 }
             }
+        }
+
+        Label {
+            objectName: "quickAddWaiting"
+            Layout.fillWidth: true
+            visible: listPane.addWhenLoaded && !listPane.loaded
+            text: qsTrId("desk_quick_add_waiting")
+            color: Theme.subtle
+            font.pixelSize: Theme.fontSmall
+            elide: Text.ElideRight
         }
 
         // Counts and the overdue badge on the left, the drag hint on the
@@ -110,7 +147,9 @@ Item {
                 Label {
                     objectName: "countsLabel"
                     anchors.verticalCenter: parent.verticalCenter
-                    visible: !listPane.pane.searching
+                    // Until the reminders are in there is nothing to count
+                    // ("0 open" would be wrong).
+                    visible: !listPane.pane.searching && listPane.loaded
                     readonly property int hiddenOpen: listPane.pane.device.undo.revision >= 0
                                                       ? listPane.pane.device.undo.hiddenCount(false) : 0
                     readonly property int hiddenCompleted: listPane.pane.device.undo.revision >= 0
@@ -265,9 +304,31 @@ Item {
             }
 
             Column {
+                objectName: "loadingState"
+                anchors.centerIn: parent
+                spacing: 12
+                visible: !listPane.loaded
+                Icon {
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    name: "bell"
+                    size: 44
+                    lineWidth: 1.4
+                    color: Theme.faint
+                }
+                Label {
+                    anchors.horizontalCenter: parent.horizontalCenter
+                    text: qsTrId("desk_list_loading")
+                    color: Theme.subtle
+                    font.pixelSize: Theme.fontLarge
+                }
+            }
+
+            Column {
+                objectName: "emptyState"
                 anchors.centerIn: parent
                 spacing: 8
-                visible: list.count === 0
+                // Only once loaded: before, an empty list says nothing.
+                visible: listPane.loaded && list.count === 0
                 Icon {
                     anchors.horizontalCenter: parent.horizontalCenter
                     name: listPane.pane.searching ? "search" : "bell"

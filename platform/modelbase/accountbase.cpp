@@ -16,13 +16,16 @@
 #include <QDir>
 
 AccountBase::AccountBase(qint64 accountId, qint64 deviceId, const QString& dataDir,
-                         const QByteArray& accountKey, QObject* parent)
+                         const QByteArray& accountKey, QObject* parent, StorageOpening storageOpening)
     : QObject(parent),
       m_accountId(accountId),
       m_deviceId(deviceId),
       m_dataDir(dataDir),
       m_cipher(new ContentCipher(accountKey)),
-      m_storage(new storage::UserStorageProvider(dataDir, accountId)),
+      m_storage(new storage::UserStorageProvider(dataDir, accountId,
+                                                 storageOpening == StorageOpening::Now
+                                                     ? storage::UserStorageProvider::Opening::Now
+                                                     : storage::UserStorageProvider::Opening::OnFirstUse)),
       m_command(new AccountCommand(this)),
       m_preference(new SharedPreferenceBase(this)),
       m_users(new UserManager(this))

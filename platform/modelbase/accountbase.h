@@ -30,10 +30,18 @@ class AccountBase : public QObject
     Q_PROPERTY(qint64 accountId READ accountId CONSTANT)
     Q_PROPERTY(qint64 deviceId READ deviceId CONSTANT)
 public:
+    enum class StorageOpening {
+        Now,
+        // The database is opened and checked by its first use, on that
+        // use's thread (see storage::UserStorageProvider).
+        OnFirstUse,
+    };
+
     // accountKey: the account's 32-byte content key, the same on every
     // device of the account (see ContentCipher::deriveKey).
     AccountBase(qint64 accountId, qint64 deviceId, const QString& dataDir,
-                const QByteArray& accountKey, QObject* parent = nullptr);
+                const QByteArray& accountKey, QObject* parent = nullptr,
+                StorageOpening storageOpening = StorageOpening::Now);
     ~AccountBase() override;
 
     qint64 accountId() const { return m_accountId; }

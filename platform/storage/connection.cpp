@@ -73,11 +73,22 @@ SqliteSchema accountSchema(Connection* connection, void (*deferFunction)(sqlite3
 
 } // namespace
 
-Connection::Connection(const QString& path)
-    : m_file(path, QStringLiteral("storage"), accountSchema(this, &Connection::deferFunction),
-             SqliteFile::Threading::Shared)
+Connection::Connection(const QString& path, Opening opening)
+    : m_path(path)
 {
     WriteBatch::add(this);
+    if (opening == Opening::Now)
+        ensureOpen();
+}
+
+bool Connection::ensureOpen()
+{
+    // Tried once: a file that could not be opened stays closed, as it
+    // would have had it been opened at construction.
+    if (!m_file)
+        m_file.emplace(m_path, QStringLiteral("storage"), accountSchema(this, &Connection::deferFunction),
+                       SqliteFile::Threading::Shared);
+    return m_file->isOpen();
 }
 
 Connection::~Connection()
@@ -88,37 +99,38 @@ Connection::~Connection()
     WriteBatch::remove(this);
     // No store may be halfway through a statement while the file closes.
     SyncLocker lock(&m_mutex);
-    if (m_groupOpen && m_file.isOpen()) {
-        if (!indexDeferred() || !m_file.exec("COMMIT"))
-            m_file.exec("ROLLBACK");
+    if (m_groupOpen && isOpen()) {
+        if (!indexDeferred() || !m_file->exec("COMMIT"))
+            m_file->exec("ROLLBACK");
         m_groupOpen = false;
     }
-    m_file.close();
+    if (m_file)
+        m_file->close();
 }
 
 bool Connection::beginWrite(bool severalStatements)
 {
-    if (!m_file.isOpen())
+    if (!isOpen())
         return false;
     if (WriteBatch::isActive()) {
         if (!m_groupOpen) {
-            if (!m_file.exec("BEGIN IMMEDIATE"))
+            if (!m_file->exec("BEGIN IMMEDIATE"))
                 return false;
             m_groupOpen = true;
         }
-        if (severalStatements && !m_file.exec("SAVEPOINT storage_write"))
+        if (severalStatements && !m_file->exec("SAVEPOINT storage_write"))
             return false;
         m_write = severalStatements ? WriteKind::InGroup : WriteKind::Single;
         return true;
     }
     if (m_groupOpen) {
-        if (!m_file.exec("SAVEPOINT storage_write"))
+        if (!m_file->exec("SAVEPOINT storage_write"))
             return false;
         m_write = WriteKind::InOthersGroup;
         return true;
     }
     if (severalStatements) {
-        if (!m_file.exec("BEGIN IMMEDIATE"))
+        if (!m_file->exec("BEGIN IMMEDIATE"))
             return false;
         m_write = WriteKind::Own;
         return true;
@@ -131,7 +143,7 @@ bool Connection::endWrite(bool ok)
 {
     const WriteKind kind = m_write;
     m_write = WriteKind::None;
-    sqlite3* db = m_file.handle();
+    sqlite3* db = handle();
     switch (kind) {
     case WriteKind::None:
         return false;
@@ -141,31 +153,31 @@ bool Connection::endWrite(bool ok)
         return ok && m_groupOpen == grouped;
     }
     case WriteKind::Own:
-        if (ok && m_file.exec("COMMIT"))
+        if (ok && m_file->exec("COMMIT"))
             return true;
         if (db && !sqlite3_get_autocommit(db))
-            m_file.exec("ROLLBACK");
+            m_file->exec("ROLLBACK");
         return false;
     case WriteKind::InGroup:
     case WriteKind::InOthersGroup:
         checkGroupAlive();
         if (!m_groupOpen)
             return false; // this write went with the group
-        if (!ok || !m_file.exec("RELEASE storage_write")) {
+        if (!ok || !m_file->exec("RELEASE storage_write")) {
             ok = false;
             // Taking a write back is no rollback of the transaction: the
             // search directory is told itself.
             m_directory.invalidate();
-            m_file.exec("ROLLBACK TO storage_write");
-            m_file.exec("RELEASE storage_write");
+            m_file->exec("ROLLBACK TO storage_write");
+            m_file->exec("RELEASE storage_write");
         }
         if (kind == WriteKind::InOthersGroup) {
             const bool indexed = indexDeferred();
             m_groupOpen = false;
-            if (!indexed || !m_file.exec("COMMIT")) {
+            if (!indexed || !m_file->exec("COMMIT")) {
                 ok = false;
                 if (db && !sqlite3_get_autocommit(db))
-                    m_file.exec("ROLLBACK");
+                    m_file->exec("ROLLBACK");
             }
         }
         return ok;
@@ -175,7 +187,7 @@ bool Connection::endWrite(bool ok)
 
 void Connection::checkGroupAlive()
 {
-    sqlite3* db = m_file.handle();
+    sqlite3* db = handle();
     if (m_groupOpen && (!db || sqlite3_get_autocommit(db))) {
         // An I/O error, a full disk or lack of memory can end the whole
         // transaction: the grouped writes before this one are gone too.
@@ -183,7 +195,7 @@ void Connection::checkGroupAlive()
         m_deferred.clear();
         ImLog::instance()->error(QStringLiteral("storage: a group of writes to %1 was rolled back after an error; "
                                                 "its writes are lost")
-                                     .arg(m_file.path()));
+                                     .arg(m_path));
     }
 }
 
@@ -195,13 +207,13 @@ bool Connection::commitGroup()
         return true;
     const bool indexed = indexDeferred();
     m_groupOpen = false;
-    if (indexed && m_file.exec("COMMIT"))
+    if (indexed && m_file->exec("COMMIT"))
         return true;
-    sqlite3* db = m_file.handle();
+    sqlite3* db = handle();
     if (db && !sqlite3_get_autocommit(db))
-        m_file.exec("ROLLBACK");
+        m_file->exec("ROLLBACK");
     ImLog::instance()->error(
-        QStringLiteral("storage: a group of writes to %1 could not be committed; its writes are lost").arg(m_file.path()));
+        QStringLiteral("storage: a group of writes to %1 could not be committed; its writes are lost").arg(m_path));
     return false;
 }
 
@@ -248,12 +260,12 @@ bool Connection::indexDeferred()
         rowids += QByteArray::number(entry.rowid);
         if (!entry.wasIndexed)
             continue;
-        sqlite3_stmt* stmt = m_file.statement(sql::kFtsDeferredDelete);
+        sqlite3_stmt* stmt = m_file->statement(sql::kFtsDeferredDelete);
         if (!stmt || sqlite3_bind_int64(stmt, 1, entry.rowid) != SQLITE_OK
             || sqlite3_bind_text(stmt, 2, entry.indexed.constData(), int(entry.indexed.size()), SQLITE_STATIC)
                 != SQLITE_OK
             || sqlite3_step(stmt) != SQLITE_DONE) {
-            m_file.logError("indexing the search side");
+            m_file->logError("indexing the search side");
             ok = false;
         }
         if (stmt) {
@@ -262,10 +274,10 @@ bool Connection::indexDeferred()
         }
     }
     rowids += ']';
-    sqlite3_stmt* stmt = m_file.statement(sql::kFtsDeferredInsert);
+    sqlite3_stmt* stmt = m_file->statement(sql::kFtsDeferredInsert);
     if (!stmt || sqlite3_bind_text(stmt, 1, rowids.constData(), int(rowids.size()), SQLITE_STATIC) != SQLITE_OK
         || sqlite3_step(stmt) != SQLITE_DONE) {
-        m_file.logError("indexing the search side");
+        m_file->logError("indexing the search side");
         ok = false;
     }
     if (stmt) {

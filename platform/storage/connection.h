@@ -7,6 +7,7 @@
 #include <QMutex>
 #include <QString>
 
+#include <optional>
 #include <vector>
 
 struct sqlite3;
@@ -24,28 +25,36 @@ namespace storage {
 class Connection
 {
 public:
-    explicit Connection(const QString& path);
+    enum class Opening {
+        Now,        // opened and checked in the constructor
+        OnFirstUse, // by the first ensureOpen(), on whichever thread that runs
+    };
+
+    explicit Connection(const QString& path, Opening opening = Opening::Now);
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
-    bool isOpen() const { return m_file.isOpen(); }
-    QString path() const { return m_file.path(); }
+    // Opens the file when that was left for the first use (checking a large
+    // file reads all of it); whether it is open. Call with the lock held.
+    bool ensureOpen();
+    bool isOpen() const { return m_file && m_file->isOpen(); }
+    QString path() const { return m_path; }
     // Where a database that could not be opened was moved, or empty.
-    QString movedAsidePath() const { return m_file.movedAsidePath(); }
+    QString movedAsidePath() const { return m_file ? m_file->movedAsidePath() : QString(); }
     // Whether opening read every page (SqliteFile::fullyChecked).
-    bool fullyChecked() const { return m_file.fullyChecked(); }
+    bool fullyChecked() const { return m_file && m_file->fullyChecked(); }
 
     QMutex& mutex() { return m_mutex; }
-    sqlite3* handle() const { return m_file.handle(); }
+    sqlite3* handle() const { return m_file ? m_file->handle() : nullptr; }
 
     // A cached prepared statement, reset and with its bindings cleared;
     // null (and logged) when it does not compile. Call with the lock held.
-    sqlite3_stmt* statement(const char* sql) { return m_file.statement(sql); }
+    sqlite3_stmt* statement(const char* sql) { return m_file ? m_file->statement(sql) : nullptr; }
     // Runs statements without results; false (and logged) on error.
     bool exec(const char* sql)
     {
-        const bool ok = m_file.exec(sql);
+        const bool ok = m_file && m_file->exec(sql);
         if (!ok)
             m_directory.invalidate();
         return ok;
@@ -56,14 +65,15 @@ public:
     void logError(const char* what)
     {
         m_directory.invalidate();
-        m_file.logError(what);
+        if (m_file)
+            m_file->logError(what);
     }
 
     // The search side's rows in memory, filled when needed; null when the
     // file is closed or it cannot be filled. Call with the lock held.
     SearchDirectory* searchDirectory()
     {
-        return m_directory.ensure(m_file.handle()) ? &m_directory : nullptr;
+        return m_directory.ensure(handle()) ? &m_directory : nullptr;
     }
 
     // Every write runs between beginWrite() and endWrite(), with the lock
@@ -108,11 +118,13 @@ private:
     };
 
     QMutex m_mutex;
+    const QString m_path;
     // Guarded by m_mutex; before m_file, whose opening may run the triggers.
     bool m_groupOpen = false;
     WriteKind m_write = WriteKind::None;
     std::vector<DeferredIndexWork> m_deferred;
-    SqliteFile m_file;
+    // Made by ensureOpen(): at construction, or at the first use.
+    std::optional<SqliteFile> m_file;
     SearchDirectory m_directory;
 };
 

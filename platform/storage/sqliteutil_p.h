@@ -75,10 +75,10 @@ private:
 };
 
 // False (and logged under the operation's name) when the connection has no
-// database; call with the lock held.
+// database; opens one left for its first use. Call with the lock held.
 inline bool ready(Connection* connection, const char* what)
 {
-    if (connection->isOpen())
+    if (connection->ensureOpen())
         return true;
     connection->logError(what);
     return false;

@@ -4,12 +4,16 @@
 #include "connection.h"
 #include "reminderstorage.h"
 
+#include "synclocker.h"
+
 #include <QDir>
 
 namespace storage {
 
-UserStorageProvider::UserStorageProvider(const QString& dataDir, qint64 accountId)
-    : m_connection(std::make_unique<Connection>(databasePath(dataDir, accountId)))
+UserStorageProvider::UserStorageProvider(const QString& dataDir, qint64 accountId, Opening opening)
+    : m_connection(std::make_unique<Connection>(databasePath(dataDir, accountId),
+                                                opening == Opening::Now ? Connection::Opening::Now
+                                                                        : Connection::Opening::OnFirstUse))
     , m_reminders(std::make_unique<ReminderStorage>(m_connection.get()))
     , m_cacheFiles(std::make_unique<CacheFileStorage>(m_connection.get()))
 {
@@ -25,7 +29,8 @@ QString UserStorageProvider::databasePath(const QString& dataDir, qint64 account
 
 bool UserStorageProvider::isOpen() const
 {
-    return m_connection->isOpen();
+    SyncLocker lock(&m_connection->mutex());
+    return m_connection->ensureOpen();
 }
 
 QString UserStorageProvider::databasePath() const
@@ -35,6 +40,8 @@ QString UserStorageProvider::databasePath() const
 
 QString UserStorageProvider::movedAsidePath() const
 {
+    SyncLocker lock(&m_connection->mutex());
+    m_connection->ensureOpen();
     return m_connection->movedAsidePath();
 }
 

@@ -18,11 +18,21 @@ class CacheFileStorage;
 class UserStorageProvider
 {
 public:
-    UserStorageProvider(const QString& dataDir, qint64 accountId);
+    enum class Opening {
+        Now,
+        // The database is opened and checked by the first operation on it
+        // (or by isOpen()), on that operation's thread: a host can construct
+        // the account on its interface thread and leave the reading of a
+        // large file to the thread that loads it.
+        OnFirstUse,
+    };
+
+    UserStorageProvider(const QString& dataDir, qint64 accountId, Opening opening = Opening::Now);
     ~UserStorageProvider();
 
     static QString databasePath(const QString& dataDir, qint64 accountId);
 
+    // Both open a database left for its first use.
     bool isOpen() const;
     QString databasePath() const;
     QString movedAsidePath() const;

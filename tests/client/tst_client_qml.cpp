@@ -128,6 +128,16 @@ public:
         session->signOut();
         session->signIn();
     }
+    // Device 1 signs out and in again, its load held back until
+    // startLoad(): the interface shows the device loading meanwhile (as at
+    // a start, before the window's first frame lets the load begin).
+    Q_INVOKABLE void signInHeld()
+    {
+        DeviceSession* session = backend->device(0)->session();
+        session->signOut();
+        session->signIn(DeviceSession::Load::Later);
+    }
+    Q_INVOKABLE void startLoad() { backend->device(0)->session()->startLoad(); }
     // Uploads wait at the file service until let go.
     Q_INVOKABLE void holdUploads(bool hold) { backend->fileService()->holdUploads(hold); }
     // A draft file in device 1's drafts folder, as a run that ended with

@@ -1,15 +1,9 @@
 // The client starts, loads, lists from the server and quits cleanly
 // (--quit-after-list, exit code 0): on an empty data directory and on one
 // whose device holds 10,000 stored reminders.
-#include "accountbase.h"
-#include "contentcipher.h"
 #include "deskbackend.h"
-#include "reminderinfo.h"
-#include "reminderitem.h"
-#include "reminderstorage.h"
-#include "userstorageprovider.h"
+#include "storedreminders.h"
 
-#include <QDateTime>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -53,37 +47,6 @@ Run runClient(const QStringList& args, bool withoutDisplay = false)
     r.out = QString::fromUtf8(p.readAllStandardOutput());
     r.err = QString::fromUtf8(p.readAllStandardError());
     return r;
-}
-
-// n text reminders in device 1's store, as the handler would have written
-// them.
-bool fillDeviceStore(const QString& dataDir, int n)
-{
-    AccountBase account(DeskBackend::kAccountId, 1, DeskBackend::deviceDirectory(dataDir, 1),
-                        ContentCipher::deriveKey(DeskBackend::accountSecret()));
-    if (!account.storage()->isOpen())
-        return false;
-    const qint64 now = QDateTime::currentMSecsSinceEpoch();
-    QList<storage::ReminderInfo> infos;
-    infos.reserve(n);
-    for (int i = 0; i < n; ++i) {
-        ReminderItem item(QStringLiteral("1_%1").arg(i + 1));
-        item.setText(QStringLiteral("Stored reminder %1").arg(i + 1));
-        const qint64 when = now + qint64(i + 1) * 3600 * 1000;
-        item.setOriginalRemindTime(when);
-        item.setShowRemindTime(when);
-        item.setRemindTime(when);
-        item.setOrderTime(now - qint64(i) * 1000);
-        if (i % 10 == 0) {
-            item.setReminded(true);
-            item.setCompleted(true);
-        }
-        storage::ReminderInfo info;
-        if (!item.serialize(info))
-            return false;
-        infos.append(info);
-    }
-    return account.storage()->reminderStorage()->saveAll(infos) && account.storage()->reminderStorage()->count() == n;
 }
 
 } // namespace

@@ -1,13 +1,26 @@
 // The program around the windows (DeskApp): where two device windows go
-// on screens of several sizes, and that ending the program by a signal is
-// an orderly quit.
+// on screens of several sizes, that ending the program by a signal is an
+// orderly quit, and that the window comes before the stored reminders
+// (saying that they load) and then shows all of them.
 #include "deskapp.h"
 
+#include "deskbackend.h"
+#include "deskdevice.h"
+#include "imlog.h"
+#include "reminderhandler.h"
+#include "remindermodel.h"
+#include "storedreminders.h"
+
 #include <QProcess>
+#include <QQuickItem>
+#include <QQuickWindow>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtQml/qqmlextensionplugin.h>
 
 #include <csignal>
+
+Q_IMPORT_QML_PLUGIN(ReminderDeskPlugin)
 
 class DeskAppTest : public QObject
 {
@@ -19,6 +32,8 @@ private slots:
     void oneWindowIsLeftToTheWindowManager();
     void aTerminationSignalQuitsInOrder_data();
     void aTerminationSignalQuitsInOrder();
+    void theWindowComesBeforeTheStoredReminders_data();
+    void theWindowComesBeforeTheStoredReminders();
 };
 
 void DeskAppTest::twoWindowsOnAScreen_data()
@@ -95,6 +110,63 @@ void DeskAppTest::aTerminationSignalQuitsInOrder()
     QVERIFY(p.waitForFinished(120000));
     QCOMPARE(p.exitStatus(), QProcess::NormalExit);
     QCOMPARE(p.exitCode(), 0);
+}
+
+void DeskAppTest::theWindowComesBeforeTheStoredReminders_data()
+{
+    QTest::addColumn<int>("stored");
+    QTest::newRow("empty store") << 0;
+    QTest::newRow("2,000 stored") << 2000;
+}
+
+void DeskAppTest::theWindowComesBeforeTheStoredReminders()
+{
+    QFETCH(int, stored);
+    ImLog::instance()->setEchoToStderr(false);
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    QVERIFY(fillDeviceStore(dir.path(), stored));
+
+    DeskOptions options;
+    options.dataDir = dir.path();
+    DeskApp app(options);
+    QVERIFY(app.start());
+    DeskDevice* device = app.backend()->device(0);
+    QQuickWindow* window = app.windows().value(0);
+    QVERIFY(window && window->isVisible());
+    auto* list = window->findChild<QQuickItem*>(QStringLiteral("reminderList"));
+    auto* loading = window->findChild<QQuickItem*>(QStringLiteral("loadingState"));
+    auto* empty = window->findChild<QQuickItem*>(QStringLiteral("emptyState"));
+    QVERIFY(list && loading && empty);
+
+    // What the first frame showed (the offscreen platform draws on this
+    // thread, so this is what held when it was swapped).
+    bool framed = false;
+    bool loadedAtFirstFrame = true;
+    bool loadingAtFirstFrame = false;
+    bool emptyAtFirstFrame = true;
+    connect(window, &QQuickWindow::frameSwapped, this, [&] {
+        if (framed)
+            return;
+        framed = true;
+        loadedAtFirstFrame = device->loaded();
+        loadingAtFirstFrame = loading->isVisible();
+        emptyAtFirstFrame = empty->isVisible();
+    });
+    QTRY_VERIFY_WITH_TIMEOUT(framed, 60000);
+    QVERIFY2(!loadedAtFirstFrame, "the first frame waited for the stored reminders");
+    QVERIFY(loadingAtFirstFrame);
+    QVERIFY2(!emptyAtFirstFrame, "the list was called empty before it was loaded");
+
+    // Then the whole list, and the loading state gone.
+    QTRY_VERIFY_WITH_TIMEOUT(device->loaded(), 60000);
+    ReminderModel* model = device->handler()->reminderModel();
+    QCOMPARE(model->count(), stored);
+    QCOMPARE(list->property("model").value<QObject*>(), model);
+    QTRY_COMPARE(list->property("count").toInt(), model->rowCount());
+    QCOMPARE(model->rowCount(), stored - stored / 10);
+    QVERIFY(!loading->isVisible());
+    QCOMPARE(empty->isVisible(), stored == 0);
 }
 
 QTEST_MAIN(DeskAppTest)

@@ -93,6 +93,7 @@ private slots:
     void cleanupTestCase();
     void signOutAtRandomMomentsOfTheLoad();
     void signOutBeforeTheLoadStartsLoadsNothing();
+    void aHeldLoadStartsWhenAskedAndNotAfterASignOut();
     void destroyingTheSessionDuringALoadWaitsForIt();
 
 private:
@@ -240,6 +241,47 @@ void TestSignOutDuringLoad::signOutBeforeTheLoadStartsLoadsNothing()
     QCOMPARE(h->reminderModel()->count(), 0);
     QCOMPARE(notified.count(), 0);
     QVERIFY(!d->isLoaded());
+}
+
+// A sign-in whose load is held (the host puts its interface up first)
+// loads nothing until startLoad(), then everything once; a sign-out in
+// between makes the held load stale.
+void TestSignOutDuringLoad::aHeldLoadStartsWhenAskedAndNotAfterASignOut()
+{
+    std::unique_ptr<DeviceSession> d(newSession(QStringLiteral("held")));
+    QVERIFY(d);
+    ReminderHandler* h = d->handler();
+    QSignalSpy notified(AccountManager::getInstance(), &AccountManager::newMessageNotified);
+
+    d->signIn(DeviceSession::Load::Later);
+    drain(d.get());
+    QVERIFY(!d->isLoaded());
+    QCOMPARE(h->reminderModel()->count(), 0);
+    QCOMPARE(notified.count(), 0);
+
+    QSignalSpy loaded(d.get(), &DeviceSession::loadedChanged);
+    d->startLoad();
+    QTRY_VERIFY_WITH_TIMEOUT(d->isLoaded(), 120000);
+    drain(d.get());
+    QCOMPARE(h->reminderModel()->count(), kStored);
+    QCOMPARE(idsOf(h->reminderModel()).size(), kStored);
+    QCOMPARE(notifiedRecords(notified, 0), expectedNotified());
+    // Asked again: there is no held load left.
+    d->startLoad();
+    drain(d.get());
+    QVERIFY(d->isLoaded());
+    QCOMPARE(h->reminderModel()->count(), kStored);
+    QCOMPARE(loaded.count(), 1);
+
+    d->signOut();
+    d->signIn(DeviceSession::Load::Later);
+    d->signOut();
+    const int notifiedBefore = int(notified.count());
+    d->startLoad();
+    drain(d.get());
+    QVERIFY(!d->isLoaded());
+    QCOMPARE(h->reminderModel()->count(), 0);
+    QCOMPARE(int(notified.count()), notifiedBefore);
 }
 
 void TestSignOutDuringLoad::destroyingTheSessionDuringALoadWaitsForIt()

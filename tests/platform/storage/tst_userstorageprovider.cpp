@@ -13,6 +13,7 @@
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <cstdio>
 #include <unistd.h>
@@ -112,6 +113,8 @@ private slots:
     void cleanlyClosedFileIsNotReadWhole();
     void fileLeftByAKilledProcess_data();
     void fileLeftByAKilledProcess();
+    void openingLeftToTheFirstUse_data();
+    void openingLeftToTheFirstUse();
 };
 
 void TestUserStorageProvider::init()
@@ -598,6 +601,68 @@ void TestUserStorageProvider::fileLeftByAKilledProcess()
         QVERIFY(found);
     }
 }
+
+void TestUserStorageProvider::openingLeftToTheFirstUse_data()
+{
+    QTest::addColumn<bool>("unusable");
+    QTest::addColumn<QString>("firstUse");
+
+    for (const QString& use : { QStringLiteral("a read on another thread"), QStringLiteral("isOpen"),
+                                QStringLiteral("movedAsidePath") }) {
+        QTest::addRow("new file, %s", qPrintable(use)) << false << use;
+        QTest::addRow("unusable file, %s", qPrintable(use)) << true << use;
+    }
+}
+
+// A provider that leaves the opening to its first use touches nothing
+// before it; then the file is opened (created, or moved aside when it
+// cannot be used) exactly as at construction, on the first user's thread.
+void TestUserStorageProvider::openingLeftToTheFirstUse()
+{
+    QFETCH(bool, unusable);
+    QFETCH(QString, firstUse);
+
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString dbPath = UserStorageProvider::databasePath(dir.path(), 12);
+    const QByteArray content = garbage(4096, 20);
+    if (unusable)
+        QVERIFY(writeFile(dbPath, content));
+
+    UserStorageProvider provider(dir.path(), 12, UserStorageProvider::Opening::OnFirstUse);
+    QCOMPARE(provider.databasePath(), dbPath);
+    if (unusable) {
+        QCOMPARE(readAll(dbPath), content);
+        QVERIFY(movedAsideFiles(dbPath).isEmpty());
+    } else {
+        QVERIFY(!QFileInfo::exists(dbPath));
+    }
+
+    if (firstUse == QLatin1String("a read on another thread")) {
+        int count = -1;
+        std::unique_ptr<QThread> reader(
+            QThread::create([&provider, &count] { count = provider.reminderStorage()->count(); }));
+        reader->start();
+        QVERIFY(reader->wait(60000));
+        QCOMPARE(count, 0);
+    } else if (firstUse == QLatin1String("isOpen")) {
+        QVERIFY(provider.isOpen());
+    } else {
+        QCOMPARE(provider.movedAsidePath().isEmpty(), !unusable);
+    }
+
+    QVERIFY(QFileInfo::exists(dbPath));
+    const QString moved = provider.movedAsidePath();
+    if (unusable) {
+        QVERIFY(!moved.isEmpty());
+        QCOMPARE(readAll(moved), content);
+        QCOMPARE(movedAsideFiles(dbPath), QStringList { QFileInfo(moved).fileName() });
+    } else {
+        QVERIFY(moved.isEmpty());
+    }
+    checkUsable(provider);
+}
+
 
 int main(int argc, char** argv)
 {
