@@ -53,6 +53,14 @@ storage::ReminderInfo recordFor(const im::content::Reminder& msg, const QString&
     return info;
 }
 
+// A record of a plain reminder "r" with the given extra JSON, read back.
+ReminderItemPtr loadedWithExtra(AccountBase* account, const QByteArray& extra)
+{
+    im::content::Reminder msg;
+    msg.set_original_remind_time(1000);
+    return ReminderItemPtr::create(recordFor(msg, QStringLiteral("r"), 1000, extra), account);
+}
+
 std::string plainContent(const im::content::ReminderContent& rc)
 {
     std::string bytes;
@@ -492,15 +500,13 @@ void TestReminderRecord::extraReadsAsTheHostReaderReadsIt()
     QFETCH(QByteArray, extra);
     QFETCH(QString, expected);
     TestAccount account;
-    im::content::Reminder msg;
-    msg.set_original_remind_time(1000);
-    ReminderItem item(recordFor(msg, "r", 1000, extra), account.get());
-    QCOMPARE(item.remindId(), QStringLiteral("r"));
+    const ReminderItemPtr item = loadedWithExtra(account.get(), extra);
+    QCOMPARE(item->remindId(), QStringLiteral("r"));
     const QString read = QStringLiteral("%1 %2 %3 %4")
-                             .arg(item.lastContentTime())
-                             .arg(item.lastCompletedTime())
-                             .arg(item.lastPatternTime())
-                             .arg(item.lastUnreadTime());
+                             .arg(item->lastContentTime())
+                             .arg(item->lastCompletedTime())
+                             .arg(item->lastPatternTime())
+                             .arg(item->lastUnreadTime());
     // Whatever the form, the times are those the host's reader gives.
     const QVariantMap map = jsonToMap(extra);
     const QString host = QStringLiteral("%1 %2 %3 %4")
@@ -517,14 +523,12 @@ void TestReminderRecord::extraWithoutChangeTimesLoadsZeros()
 {
     QFETCH(QByteArray, extra);
     TestAccount account;
-    im::content::Reminder msg;
-    msg.set_original_remind_time(1000);
-    ReminderItem item(recordFor(msg, "r", 1000, extra), account.get());
-    QCOMPARE(item.remindId(), QStringLiteral("r"));
-    QCOMPARE(item.lastContentTime(), 0);
-    QCOMPARE(item.lastCompletedTime(), 0);
-    QCOMPARE(item.lastPatternTime(), 0);
-    QCOMPARE(item.lastUnreadTime(), 0);
+    const ReminderItemPtr item = loadedWithExtra(account.get(), extra);
+    QCOMPARE(item->remindId(), QStringLiteral("r"));
+    QCOMPARE(item->lastContentTime(), 0);
+    QCOMPARE(item->lastCompletedTime(), 0);
+    QCOMPARE(item->lastPatternTime(), 0);
+    QCOMPARE(item->lastUnreadTime(), 0);
 }
 
 void TestReminderRecord::reminderContentWithTwoContentsLoadsOnlyFirst()
