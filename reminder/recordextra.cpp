@@ -92,11 +92,12 @@ bool RecordExtra::readPlain(const QByteArray& json, RecordExtra* out)
             ++p;
         const char* digits = p;
         qint64 value = 0;
-        while (p < end && *p >= '0' && *p <= '9' && p - digits < 19)
+        while (p < end && *p >= '0' && *p <= '9' && p - digits < 18)
             value = value * 10 + (*p++ - '0');
         const ptrdiff_t count = p - digits;
-        if (count == 0 || count > 18 || (count > 1 && *digits == '0'))
+        if (count == 0 || (count > 1 && *digits == '0'))
             return false;
+        // A 19th digit, a fraction or an exponent: the full reader decides.
         if (p < end && (*p == '.' || *p == 'e' || *p == 'E' || (*p >= '0' && *p <= '9')))
             return false;
         if (negative)
