@@ -1,6 +1,7 @@
 #include "connection.h"
 
 #include "searchfold_p.h"
+#include "sqliteutil_p.h"
 #include "storagesql.h"
 #include "writebatch.h"
 
@@ -260,29 +261,21 @@ bool Connection::indexDeferred()
         rowids += QByteArray::number(entry.rowid);
         if (!entry.wasIndexed)
             continue;
-        sqlite3_stmt* stmt = m_file->statement(sql::kFtsDeferredDelete);
-        if (!stmt || sqlite3_bind_int64(stmt, 1, entry.rowid) != SQLITE_OK
-            || sqlite3_bind_text(stmt, 2, entry.indexed.constData(), int(entry.indexed.size()), SQLITE_STATIC)
+        detail::StatementScope stmt(statement(sql::kFtsDeferredDelete));
+        if (!stmt || sqlite3_bind_int64(stmt.get(), 1, entry.rowid) != SQLITE_OK
+            || sqlite3_bind_text(stmt.get(), 2, entry.indexed.constData(), int(entry.indexed.size()), SQLITE_STATIC)
                 != SQLITE_OK
-            || sqlite3_step(stmt) != SQLITE_DONE) {
-            m_file->logError("indexing the search side");
+            || sqlite3_step(stmt.get()) != SQLITE_DONE) {
+            logError("indexing the search side");
             ok = false;
-        }
-        if (stmt) {
-            sqlite3_reset(stmt);
-            sqlite3_clear_bindings(stmt);
         }
     }
     rowids += ']';
-    sqlite3_stmt* stmt = m_file->statement(sql::kFtsDeferredInsert);
-    if (!stmt || sqlite3_bind_text(stmt, 1, rowids.constData(), int(rowids.size()), SQLITE_STATIC) != SQLITE_OK
-        || sqlite3_step(stmt) != SQLITE_DONE) {
-        m_file->logError("indexing the search side");
+    detail::StatementScope stmt(statement(sql::kFtsDeferredInsert));
+    if (!stmt || sqlite3_bind_text(stmt.get(), 1, rowids.constData(), int(rowids.size()), SQLITE_STATIC) != SQLITE_OK
+        || sqlite3_step(stmt.get()) != SQLITE_DONE) {
+        logError("indexing the search side");
         ok = false;
-    }
-    if (stmt) {
-        sqlite3_reset(stmt);
-        sqlite3_clear_bindings(stmt);
     }
     return ok;
 }

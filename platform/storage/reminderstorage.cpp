@@ -57,6 +57,21 @@ QList<ReminderInfo> readInfos(Connection* connection, sqlite3_stmt* stmt, const 
     return infos;
 }
 
+// Steps a bound query of one text column to its end; empty (and logged) on
+// error.
+QStringList readTexts(Connection* connection, sqlite3_stmt* stmt, const char* what)
+{
+    QStringList texts;
+    int rc;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW)
+        texts.append(columnText(stmt, 0));
+    if (rc != SQLITE_DONE) {
+        connection->logError(what);
+        return {};
+    }
+    return texts;
+}
+
 // Runs a bound statement that returns no rows.
 bool stepDone(Connection* connection, sqlite3_stmt* stmt, const char* what)
 {
@@ -210,15 +225,7 @@ QList<QString> ReminderStorage::removedIds()
     StatementScope stmt(m_connection->statement(sql::kRemovedIds));
     if (!stmt)
         return {};
-    QList<QString> ids;
-    int rc;
-    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
-        ids.append(columnText(stmt.get(), 0));
-    if (rc != SQLITE_DONE) {
-        m_connection->logError("removedIds");
-        return {};
-    }
-    return ids;
+    return readTexts(m_connection, stmt.get(), "removedIds");
 }
 
 bool ReminderStorage::updateExtra(const QString& remindId, const QByteArray& extra)
@@ -375,15 +382,7 @@ QStringList allIds(Connection* connection, int limit)
         connection->logError("idsWithKeyword (bind)");
         return {};
     }
-    QStringList ids;
-    int rc;
-    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
-        ids.append(columnText(stmt.get(), 0));
-    if (rc != SQLITE_DONE) {
-        connection->logError("idsWithKeyword");
-        return {};
-    }
-    return ids;
+    return readTexts(connection, stmt.get(), "idsWithKeyword");
 }
 
 // Matches as rowids, turned into ids by the directory; `complete` false
