@@ -85,6 +85,20 @@ void ItemSequence::append(const QList<ReminderItemPtr>& items)
     }
 }
 
+void ItemSequence::append(QList<ReminderItemPtr>&& items)
+{
+    for (ReminderItemPtr& item : items) {
+        if (m_blocks.empty() || m_blocks.back().size() >= kBlock) {
+            m_blocks.emplace_back();
+            m_blocks.back().reserve(kBlock);
+            m_starts.push_back(m_size);
+        }
+        m_blocks.back().push_back(std::move(item));
+        ++m_size;
+    }
+    items.clear();
+}
+
 void ItemSequence::removeAt(qsizetype i)
 {
     Q_ASSERT(i >= 0 && i < m_size);

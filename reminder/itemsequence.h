@@ -56,6 +56,7 @@ public:
     void insert(qsizetype i, const ReminderItemPtr& item);
     void append(const ReminderItemPtr& item) { insert(m_size, item); }
     void append(const QList<ReminderItemPtr>& items);
+    void append(QList<ReminderItemPtr>&& items);
     void removeAt(qsizetype i);
     // As QList::move: the item at `from` ends up at `to`.
     void move(qsizetype from, qsizetype to);

@@ -53,7 +53,7 @@ constexpr int kReminderMessageType = 2005;
 // first few, so that the list starts taking them while the next are looked
 // up, then twice as many each time up to the most.
 constexpr qsizetype kFirstSearchChunk = 256;
-constexpr qsizetype kMostSearchChunk = 4096;
+constexpr qsizetype kMostSearchChunk = 2048;
 // Scene code of contents shown inside a reminder.
 constexpr int kReminderScene = 8;
 // The highest stored remind sequence that loading takes: new ids count on
@@ -1651,9 +1651,9 @@ void ReminderHandler::search(QString keyword)
             QList<ReminderItemPtr> items = main->itemsByIds(ids, from, chunk);
             if (items.isEmpty())
                 continue;
-            CrossThread::invoke(results, [self, results, items = std::move(items), generation] {
+            CrossThread::invoke(results, [self, results, items = std::move(items), generation]() mutable {
                 if (self && self->m_searchGeneration.loadAcquire() == generation)
-                    results->insertEach(items);
+                    results->insertEach(std::move(items));
             });
         }
     }, &m_searchFuture);

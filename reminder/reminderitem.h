@@ -179,6 +179,8 @@ signals:
     void startDestroy();
 
 private:
+    // Reads the id in place, without a copy of the string per lookup.
+    friend class ItemIndex;
     void init();
     void copyPatternToMessage();
     void takeRepeatFields(const im::content::Reminder& msg);

@@ -10,8 +10,27 @@
 #include <QSet>
 
 #include <algorithm>
+#include <limits>
 #include <utility>
 #include <vector>
+
+namespace {
+
+// Asks for the lines of an item that placing it reads (its reference count,
+// completion, times and id).
+inline void prefetchItem(const ReminderItem* item)
+{
+#if defined(__GNUC__) || defined(__clang__)
+    const char* p = reinterpret_cast<const char*>(item);
+    __builtin_prefetch(p - 16);
+    __builtin_prefetch(p + 64);
+    __builtin_prefetch(p + 128);
+#else
+    Q_UNUSED(item);
+#endif
+}
+
+} // namespace
 
 ReminderModel::ReminderModel(AccountBase* account, QObject* parent)
     : QAbstractListModel(parent),
@@ -214,10 +233,8 @@ void ReminderModel::insert(ReminderItemPtr item)
         return;
     {
         SyncLocker locker(&m_indexLock);
-        const QString id = item->remindId();
-        if (m_index.contains(id))
+        if (!m_index.insertNew(item))
             return;
-        m_index.insert(id, item);
     }
 
     bool found = false;
@@ -243,60 +260,65 @@ void ReminderModel::insert(ReminderItemPtr item)
     emit visibleCountChanged();
 }
 
-void ReminderModel::insertEach(const QList<ReminderItemPtr>& items)
+void ReminderModel::insertEach(QList<ReminderItemPtr> items)
 {
     // Each section's new items must come in strictly descending sort time,
     // after the section's last item, and be new: then inserting them one by
     // one appends each in turn, and so does this. Strictly descending
     // times also mean that no item comes twice.
-    QList<ReminderItemPtr> open;
-    QList<ReminderItemPtr> completed;
+    std::vector<char> isCompleted(size_t(items.size()), 0);
     bool appendsOnly = true;
-    for (const ReminderItemPtr& item : items) {
-        if (!item)
-            continue;
-        QList<ReminderItemPtr>& added = item->completed() ? completed : open;
-        const ItemSequence& section = item->completed() ? m_completedItems : m_openItems;
-        const ReminderItemPtr& before = !added.isEmpty() ? added.constLast()
-            : (!section.isEmpty() ? section.constLast() : ReminderItemPtr());
-        if (before && sortTime(item) >= sortTime(before)) {
-            appendsOnly = false;
-            break;
+    {
+        qint64 lastOpen = m_openItems.isEmpty() ? std::numeric_limits<qint64>::max()
+                                                : sortTime(m_openItems.constLast());
+        qint64 lastCompleted = m_completedItems.isEmpty() ? std::numeric_limits<qint64>::max()
+                                                          : sortTime(m_completedItems.constLast());
+        bool anyOpen = !m_openItems.isEmpty();
+        bool anyCompleted = !m_completedItems.isEmpty();
+        // The items were last touched on the search's thread: those a few
+        // places ahead are asked for while this one is read.
+        constexpr qsizetype kAhead = 8;
+        for (qsizetype i = 0; i < items.size() && appendsOnly; ++i) {
+            if (i + kAhead < items.size() && items.at(i + kAhead))
+                prefetchItem(items.at(i + kAhead).data());
+            const ReminderItemPtr& item = items.at(i);
+            if (!item) {
+                appendsOnly = false;
+                break;
+            }
+            const qint64 key = sortTime(item);
+            const bool done = item->completed();
+            isCompleted[size_t(i)] = done;
+            qint64& last = done ? lastCompleted : lastOpen;
+            bool& any = done ? anyCompleted : anyOpen;
+            if (any && key >= last)
+                appendsOnly = false;
+            last = key;
+            any = true;
         }
-        added.append(item);
     }
     // One lookup per item: each is entered into the index at once, and
     // should one of them be there already, those entered are taken out
     // again and the items go in one by one.
     if (appendsOnly) {
         SyncLocker locker(&m_indexLock);
-        m_index.reserve(m_index.size() + open.size() + completed.size());
-        QList<QString> entered;
-        entered.reserve(open.size() + completed.size());
-        for (const QList<ReminderItemPtr>* added : {&open, &completed}) {
-            for (const ReminderItemPtr& item : *added) {
-                const QString id = item->remindId();
-                ReminderItemPtr& slot = m_index[id];
-                if (slot) {
-                    appendsOnly = false;
-                    break;
-                }
-                slot = item;
-                entered.append(id);
-            }
-            if (!appendsOnly)
-                break;
-        }
-        if (!appendsOnly) {
-            for (const QString& id : std::as_const(entered))
-                m_index.remove(id);
+        const qsizetype entered = m_index.insertNewMany(items.constData(), items.size());
+        if (entered < items.size()) {
+            appendsOnly = false;
+            for (qsizetype i = 0; i < entered; ++i)
+                m_index.take(items.at(i)->remindId());
         }
     }
     if (!appendsOnly) {
-        for (const ReminderItemPtr& item : items)
+        for (const ReminderItemPtr& item : std::as_const(items))
             insert(item);
         return;
     }
+    QList<ReminderItemPtr> open;
+    QList<ReminderItemPtr> completed;
+    for (qsizetype i = 0; i < items.size(); ++i)
+        (isCompleted[size_t(i)] ? completed : open).append(std::move(items[i]));
+    items.clear();
     if (open.isEmpty() && completed.isEmpty())
         return;
 
@@ -304,7 +326,7 @@ void ReminderModel::insertEach(const QList<ReminderItemPtr>& items)
         const int first = int(m_completedItems.size());
         if (m_completedShown)
             beginInsertRows(QModelIndex(), first, first + int(completed.size()) - 1);
-        m_completedItems.append(completed);
+        m_completedItems.append(std::move(completed));
         if (m_completedShown)
             endInsertRows();
     }
@@ -313,8 +335,10 @@ void ReminderModel::insertEach(const QList<ReminderItemPtr>& items)
         beginInsertRows(QModelIndex(), first, first + int(open.size()) - 1);
         m_openItems.append(open);
         endInsertRows();
-        for (const ReminderItemPtr& item : std::as_const(open))
-            indexOpen(item);
+        if (m_showIndexBuilt) {
+            for (const ReminderItemPtr& item : std::as_const(open))
+                indexOpen(item);
+        }
     }
     if (!completed.isEmpty())
         emit completedCountChanged();
@@ -334,14 +358,12 @@ void ReminderModel::insertItems(const QList<ReminderItemPtr>& items)
         SyncLocker locker(&m_indexLock);
         QList<ReminderItemPtr> open;
         QList<ReminderItemPtr> completed;
-        m_index.reserve(m_index.size() + items.size());
         for (const ReminderItemPtr& item : items) {
-            if (!item)
-                continue;
-            (item->completed() ? completed : open).append(item);
-            // No duplicate check: a later item takes the id over.
-            m_index.insert(item->remindId(), item);
+            if (item)
+                (item->completed() ? completed : open).append(item);
         }
+        // No duplicate check: a later item takes the id over.
+        m_index.insertOrReplaceMany(items.constData(), items.size());
         placeBatch(m_openItems, open);
         placeBatch(m_completedItems, completed);
         openAdded = !open.isEmpty();
@@ -360,12 +382,10 @@ QList<ReminderItemPtr> ReminderModel::itemsByIds(const QStringList& remindIds, q
     const qsizetype end = std::min(remindIds.size(), from + count);
     QList<ReminderItemPtr> items;
     items.reserve(std::max<qsizetype>(0, end - from));
+    if (end <= from)
+        return items;
     SyncLocker locker(&m_indexLock);
-    for (qsizetype i = from; i < end; ++i) {
-        const auto it = m_index.constFind(remindIds.at(i));
-        if (it != m_index.cend())
-            items.append(it.value());
-    }
+    m_index.findMany(remindIds.constData() + from, end - from, items);
     return items;
 }
 
@@ -522,7 +542,7 @@ void ReminderModel::move(int from, int to, QList<ReminderItemPtr>& changed)
 void ReminderModel::reset()
 {
     beginResetModel();
-    QHash<QString, ReminderItemPtr> dropped;
+    ItemIndex dropped;
     {
         SyncLocker locker(&m_indexLock);
         dropped.swap(m_index);
@@ -537,7 +557,7 @@ void ReminderModel::reset()
 
 void ReminderModel::clear()
 {
-    QHash<QString, ReminderItemPtr> dropped;
+    ItemIndex dropped;
     {
         SyncLocker locker(&m_indexLock);
         dropped.swap(m_index);

@@ -2,6 +2,7 @@
 
 #include "reminder_global.h"
 #include "reminderitem.h"
+#include "itemindex.h"
 #include "itemsequence.h"
 #include "showtimeindex.h"
 
@@ -149,7 +150,7 @@ private:
     // announcement per section when every item lands after the section's
     // last (the results of a search, in the store's order): the count
     // signals then come once.
-    void insertEach(const QList<ReminderItemPtr>& items);
+    void insertEach(QList<ReminderItemPtr> items);
     // The items stored under remindIds[from .. from + count), in that
     // order; ids without an item are left out. One lock for all.
     QList<ReminderItemPtr> itemsByIds(const QStringList& remindIds, qsizetype from, qsizetype count) const;
@@ -178,7 +179,7 @@ private:
     AccountBase* m_account = nullptr;
     ItemSequence m_openItems;
     ItemSequence m_completedItems;
-    QHash<QString, ReminderItemPtr> m_index;
+    ItemIndex m_index;
     mutable QRecursiveMutex m_indexLock;
     bool m_expand = false;
     // The layout the rows currently follow. It trails m_expand only while

@@ -358,18 +358,49 @@ bool idBefore(const QString& a, const QString& b)
     return a.size() < b.size();
 }
 
-QStringList sortedIds(std::vector<const SearchDirectory::Entry*> matches, int limit)
+// A match with its order time beside it, so that sorting compares keys in
+// one array instead of reaching into the directory's rows.
+struct Match
+{
+    qint64 orderTime;
+    const SearchDirectory::Entry* entry;
+};
+
+inline void prefetch(const void* p)
+{
+#if defined(__GNUC__) || defined(__clang__)
+    __builtin_prefetch(p);
+#else
+    Q_UNUSED(p);
+#endif
+}
+
+QStringList sortedIds(std::vector<Match> matches, int limit)
 {
     // The list's order, as the records' queries give it: order time
     // descending, then the id's bytes.
-    std::sort(matches.begin(), matches.end(), [](const SearchDirectory::Entry* a, const SearchDirectory::Entry* b) {
-        return a->orderTime != b->orderTime ? a->orderTime > b->orderTime : idBefore(a->id, b->id);
-    });
+    const auto before = [](const Match& a, const Match& b) {
+        return a.orderTime != b.orderTime ? a.orderTime > b.orderTime : idBefore(a.entry->id, b.entry->id);
+    };
+    // The matches come in rowid order, which is the order of saving: most
+    // often the list's order or its reverse already.
+    if (!std::is_sorted(matches.begin(), matches.end(), before)) {
+        if (std::is_sorted(matches.rbegin(), matches.rend(), before))
+            std::reverse(matches.begin(), matches.end());
+        else
+            std::sort(matches.begin(), matches.end(), before);
+    }
     const size_t count = limit > 0 ? std::min(matches.size(), size_t(limit)) : matches.size();
     QStringList ids;
     ids.reserve(qsizetype(count));
-    for (size_t i = 0; i < count; ++i)
-        ids.append(matches[i]->id);
+    // Each copy counts a reference in the id's string, somewhere in the
+    // heap: those a few places ahead are asked for while this one waits.
+    constexpr size_t kAhead = 16;
+    for (size_t i = 0; i < count; ++i) {
+        if (i + kAhead < count)
+            prefetch(const_cast<QString&>(matches[i + kAhead].entry->id).data_ptr().d_ptr());
+        ids.append(matches[i].entry->id);
+    }
     return ids;
 }
 
@@ -399,22 +430,28 @@ QStringList idsFromDirectory(Connection* connection, const SearchDirectory& dire
         connection->logError("idsWithKeyword (bind)");
         return {};
     }
-    const std::vector<const SearchDirectory::Entry*> matches = [&] {
-        std::vector<const SearchDirectory::Entry*> found;
-        int rc;
-        while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW) {
-            const SearchDirectory::Entry* entry = directory.find(sqlite3_column_int64(stmt.get(), 0));
-            if (!entry) {
-                *complete = false;
-                return std::vector<const SearchDirectory::Entry*>();
-            }
-            found.push_back(entry);
+    std::vector<qint64> rowids;
+    int rc;
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
+        rowids.push_back(sqlite3_column_int64(stmt.get(), 0));
+    if (rc != SQLITE_DONE) {
+        connection->logError("idsWithKeyword");
+        return {};
+    }
+    std::vector<Match> matches;
+    matches.reserve(rowids.size());
+    constexpr size_t kAhead = 16;
+    for (size_t i = 0; i < rowids.size(); ++i) {
+        if (i + kAhead < rowids.size())
+            directory.prefetch(rowids[i + kAhead]);
+        const SearchDirectory::Entry* entry = directory.find(rowids[i]);
+        if (!entry) {
+            *complete = false;
+            return {};
         }
-        if (rc != SQLITE_DONE)
-            connection->logError("idsWithKeyword");
-        return rc == SQLITE_DONE ? found : std::vector<const SearchDirectory::Entry*>();
-    }();
-    return sortedIds(matches, limit);
+        matches.push_back({entry->orderTime, entry});
+    }
+    return sortedIds(std::move(matches), limit);
 }
 
 // The same from the search table, one row lookup per match.
@@ -435,11 +472,11 @@ QStringList idsFromTables(Connection* connection, const SearchKey& key, int limi
         connection->logError("idsWithKeyword");
         return {};
     }
-    std::vector<const SearchDirectory::Entry*> matches;
+    std::vector<Match> matches;
     matches.reserve(rows.size());
     for (const SearchDirectory::Entry& row : rows)
-        matches.push_back(&row);
-    return sortedIds(matches, limit);
+        matches.push_back({row.orderTime, &row});
+    return sortedIds(std::move(matches), limit);
 }
 
 } // namespace
