@@ -4,8 +4,17 @@
 // runs each. Floor, in the same run on the same input: copying the item
 // pointers into a list and stable-sorting them into the list's order (open
 // before completed, newest sort time first), nothing else.
+//
+// Also the list's index from id to item (ItemIndex), as a search uses it:
+// the items of one id in six, looked up in chunks of 2,048 ids in the
+// list's order, ns per id, with the caches emptied before each run; beside
+// it the same lookups in a QHash<QString, ReminderItemPtr> (what the list
+// used before), one by one.
 #include "benchresults.h"
+#include "itemindex.h"
 #include "remindermodel.h"
+
+#include <QHash>
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -16,6 +25,7 @@
 #include <limits>
 #include <memory>
 #include <random>
+#include <vector>
 
 namespace {
 
@@ -89,6 +99,64 @@ double floorNsPerItem(const QList<ReminderItemPtr>& items)
     return best;
 }
 
+// Reads a buffer larger than the caches, so that a run starts cold as a
+// search among many reminders does.
+void evictCaches()
+{
+    static std::vector<char> junk(64 << 20, 1);
+    unsigned sum = 0;
+    for (size_t i = 0; i < junk.size(); i += 64)
+        sum += unsigned(junk[i]++);
+    if (sum == 1)
+        std::printf("#\n");
+}
+
+struct LookupFigures
+{
+    double indexNs = std::numeric_limits<double>::max();
+    double hashNs = std::numeric_limits<double>::max();
+};
+
+LookupFigures lookups(const QList<ReminderItemPtr>& items)
+{
+    constexpr qsizetype kChunk = 2048;
+    ItemIndex index;
+    index.insertOrReplaceMany(items.constData(), items.size());
+    QHash<QString, ReminderItemPtr> hash;
+    hash.reserve(items.size());
+    for (const ReminderItemPtr& item : items)
+        hash.insert(item->remindId(), item);
+    QStringList ids;
+    for (qsizetype i = 0; i < items.size(); i += 6)
+        ids << QString(items.at(i)->remindId().constData(), items.at(i)->remindId().size());
+    LookupFigures f;
+    for (int run = 0; run < kRuns; ++run) {
+        evictCaches();
+        QElapsedTimer timer;
+        timer.start();
+        QList<ReminderItemPtr> found;
+        found.reserve(ids.size());
+        for (qsizetype from = 0; from < ids.size(); from += kChunk)
+            index.findMany(ids.constData() + from, std::min(kChunk, ids.size() - from), found);
+        f.indexNs = std::min(f.indexNs, double(timer.nsecsElapsed()) / double(ids.size()));
+        evictCaches();
+        timer.restart();
+        QList<ReminderItemPtr> peer;
+        peer.reserve(ids.size());
+        for (const QString& id : std::as_const(ids)) {
+            const auto it = hash.constFind(id);
+            if (it != hash.cend())
+                peer.append(it.value());
+        }
+        f.hashNs = std::min(f.hashNs, double(timer.nsecsElapsed()) / double(ids.size()));
+        if (found != peer || found.size() != ids.size()) {
+            std::fprintf(stderr, "bench_remindermodel: the index and the hash found different items\n");
+            std::exit(1);
+        }
+    }
+    return f;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -118,6 +186,11 @@ int main(int argc, char** argv)
         std::printf("#   %d items, random order: %.2f ms in all\n", n, r * n / 1e6);
         benchresults::result("model.insertItems.random", n, r, "ns/item", benchresults::Lower,
                              "floor.sort.random", rf);
+        const LookupFigures l = lookups(descending);
+        std::printf("BENCH index.findMany.%d %.1f ns/id\n", n, l.indexNs);
+        std::printf("BENCH peer.qhash.%d %.1f ns/id\n", n, l.hashNs);
+        std::printf("BENCH index.findMany.qhash_ratio.%d %.2f x\n", n, l.indexNs / l.hashNs);
+        benchresults::result("index.findMany", n, l.indexNs, "ns/id", benchresults::Lower, "peer.qhash", l.hashNs);
         std::fflush(stdout);
     }
     return 0;
