@@ -1,5 +1,7 @@
 #include "itemindex.h"
 
+#include "cachehint.h"
+
 #include <QHashFunctions>
 #include <QStringView>
 
@@ -24,25 +26,14 @@ constexpr quint32 kUsed = 0x80000000u;
 constexpr quint32 kLong = 0x40000000u;
 constexpr quint32 kHashBits = 0x3fffffffu;
 
-inline void prefetch(const void* p)
-{
-#if defined(__GNUC__) || defined(__clang__)
-    __builtin_prefetch(p);
-#else
-    Q_UNUSED(p);
-#endif
-}
+using cachehint::willRead;
 
 // Asks for the line of the item's reference count, which copying the
 // pointer writes: an item made by ReminderItemPtr::create() keeps it just
 // in front of itself (for any other item this asks for a line in vain).
-inline void prefetchReferenceCount(const ReminderItemPtr& item)
+inline void willCountReference(const ReminderItemPtr& item)
 {
-#if defined(__GNUC__) || defined(__clang__)
-    __builtin_prefetch(reinterpret_cast<const char*>(item.data()) - 16, 1);
-#else
-    Q_UNUSED(item);
-#endif
+    cachehint::willWrite(reinterpret_cast<const char*>(item.data()) - 16);
 }
 
 // The table holds at most 4/5 of its slots.
@@ -256,7 +247,7 @@ void ItemIndex::findMany(const QString* remindIds, qsizetype count, QList<Remind
     for (qsizetype i = 0; i < count + 3 * kAhead; ++i) {
         if (const qsizetype a = i; a < count) {
             tags[a] = tagOf(remindIds[a]);
-            prefetch(&m_tags[homeOf(tags[a])]);
+            willRead(&m_tags[homeOf(tags[a])]);
         }
         // The first slot with the same tag: nearly always the item.
         if (const qsizetype b = i - kAhead; b >= 0 && b < count) {
@@ -266,15 +257,15 @@ void ItemIndex::findMany(const QString* remindIds, qsizetype count, QList<Remind
                     break;
                 if (t == tags[b]) {
                     where[b] = s;
-                    prefetch(&m_entries[s]);
+                    willRead(&m_entries[s]);
                     break;
                 }
             }
         }
         if (const qsizetype c = i - 2 * kAhead; c >= 0 && c < count && where[c] >= 0) {
             if (tags[c] & kLong)
-                prefetch(&idOf(m_entries[where[c]].item));
-            prefetchReferenceCount(m_entries[where[c]].item);
+                willRead(&idOf(m_entries[where[c]].item));
+            willCountReference(m_entries[where[c]].item);
         }
         if (const qsizetype e = i - 3 * kAhead; e >= 0 && e < count) {
             qsizetype s = where[e];
@@ -294,13 +285,13 @@ qsizetype ItemIndex::insertNewMany(const ReminderItemPtr* items, qsizetype count
     std::vector<quint32> tags(size_t(std::max<qsizetype>(count, 0)), 0);
     for (qsizetype i = 0; i < count + 3 * kAhead; ++i) {
         if (const qsizetype a = i; a < count)
-            prefetch(&idOf(items[a]));
+            willRead(&idOf(items[a]));
         if (const qsizetype b = i - kAhead; b >= 0 && b < count)
-            prefetch(idOf(items[b]).constData());
+            willRead(idOf(items[b]).constData());
         if (const qsizetype c = i - 2 * kAhead; c >= 0 && c < count) {
             tags[c] = tagOf(idOf(items[c]));
-            prefetch(&m_tags[homeOf(tags[c])]);
-            prefetch(&m_entries[homeOf(tags[c])]);
+            willRead(&m_tags[homeOf(tags[c])]);
+            willRead(&m_entries[homeOf(tags[c])]);
         }
         if (const qsizetype d = i - 3 * kAhead; d >= 0 && d < count) {
             if (find(idOf(items[d]), tags[d]) >= 0)
@@ -321,17 +312,17 @@ void ItemIndex::insertOrReplaceMany(const ReminderItemPtr* items, qsizetype coun
         const ReminderItemPtr* group = items + base;
         for (qsizetype k = 0; k < n; ++k) {
             if (group[k])
-                prefetch(&idOf(group[k]));
+                willRead(&idOf(group[k]));
         }
         for (qsizetype k = 0; k < n; ++k) {
             if (group[k])
-                prefetch(idOf(group[k]).constData());
+                willRead(idOf(group[k]).constData());
         }
         for (qsizetype k = 0; k < n; ++k) {
             if (!group[k])
                 continue;
             tags[k] = tagOf(idOf(group[k]));
-            prefetch(&m_tags[homeOf(tags[k])]);
+            willRead(&m_tags[homeOf(tags[k])]);
         }
         for (qsizetype k = 0; k < n; ++k) {
             if (!group[k])

@@ -1,6 +1,7 @@
 #include "remindermodel.h"
 
 #include "accountbase.h"
+#include "cachehint.h"
 #include "contentitem.h"
 #include "fileitem.h"
 
@@ -18,16 +19,12 @@ namespace {
 
 // Asks for the lines of an item that placing it reads (its reference count,
 // completion, times and id).
-inline void prefetchItem(const ReminderItem* item)
+inline void willPlace(const ReminderItem* item)
 {
-#if defined(__GNUC__) || defined(__clang__)
     const char* p = reinterpret_cast<const char*>(item);
-    __builtin_prefetch(p - 16);
-    __builtin_prefetch(p + 64);
-    __builtin_prefetch(p + 128);
-#else
-    Q_UNUSED(item);
-#endif
+    cachehint::willRead(p - 16);
+    cachehint::willRead(p + 64);
+    cachehint::willRead(p + 128);
 }
 
 } // namespace
@@ -280,7 +277,7 @@ void ReminderModel::insertEach(QList<ReminderItemPtr> items)
         constexpr qsizetype kAhead = 8;
         for (qsizetype i = 0; i < items.size() && appendsOnly; ++i) {
             if (i + kAhead < items.size() && items.at(i + kAhead))
-                prefetchItem(items.at(i + kAhead).data());
+                willPlace(items.at(i + kAhead).data());
             const ReminderItemPtr& item = items.at(i);
             if (!item) {
                 appendsOnly = false;

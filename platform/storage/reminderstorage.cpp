@@ -1,5 +1,6 @@
 #include "reminderstorage.h"
 
+#include "cachehint.h"
 #include "connection.h"
 #include "sqliteutil_p.h"
 #include "searchdirectory.h"
@@ -366,15 +367,6 @@ struct Match
     const SearchDirectory::Entry* entry;
 };
 
-inline void prefetch(const void* p)
-{
-#if defined(__GNUC__) || defined(__clang__)
-    __builtin_prefetch(p);
-#else
-    Q_UNUSED(p);
-#endif
-}
-
 QStringList sortedIds(std::vector<Match> matches, int limit)
 {
     // The list's order, as the records' queries give it: order time
@@ -398,7 +390,7 @@ QStringList sortedIds(std::vector<Match> matches, int limit)
     constexpr size_t kAhead = 16;
     for (size_t i = 0; i < count; ++i) {
         if (i + kAhead < count)
-            prefetch(const_cast<QString&>(matches[i + kAhead].entry->id).data_ptr().d_ptr());
+            cachehint::willWrite(const_cast<QString&>(matches[i + kAhead].entry->id).data_ptr().d_ptr());
         ids.append(matches[i].entry->id);
     }
     return ids;
@@ -443,7 +435,7 @@ QStringList idsFromDirectory(Connection* connection, const SearchDirectory& dire
     constexpr size_t kAhead = 16;
     for (size_t i = 0; i < rowids.size(); ++i) {
         if (i + kAhead < rowids.size())
-            directory.prefetch(rowids[i + kAhead]);
+            directory.willFind(rowids[i + kAhead]);
         const SearchDirectory::Entry* entry = directory.find(rowids[i]);
         if (!entry) {
             *complete = false;

@@ -1,5 +1,7 @@
 #include "searchdirectory.h"
 
+#include "cachehint.h"
+
 #include <sqlite3.h>
 
 #include <algorithm>
@@ -193,6 +195,12 @@ void SearchDirectory::drop(qint64 rowid)
     }
     m_entries[size_t(rowid)] = Entry();
     --m_count;
+}
+
+void SearchDirectory::willFind(qint64 rowid) const
+{
+    if (rowid >= 0 && quint64(rowid) < m_entries.size())
+        cachehint::willRead(&m_entries[size_t(rowid)]);
 }
 
 } // namespace storage

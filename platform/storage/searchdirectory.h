@@ -52,15 +52,7 @@ public:
     }
     // Asks for the row's entry to be brought into the cache: find() on
     // matches in rowid order otherwise waits on one cache miss per match.
-    void prefetch(qint64 rowid) const
-    {
-#if defined(__GNUC__) || defined(__clang__)
-        if (rowid >= 0 && quint64(rowid) < m_entries.size())
-            __builtin_prefetch(&m_entries[size_t(rowid)]);
-#else
-        Q_UNUSED(rowid);
-#endif
-    }
+    void willFind(qint64 rowid) const;
     qsizetype count() const { return m_count; }
 
     // Called by the connection's triggers (and the fill).
