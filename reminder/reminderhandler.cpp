@@ -59,6 +59,10 @@ constexpr int kReminderScene = 8;
 // The highest stored remind sequence that loading takes: new ids count on
 // from it one by one, and half of the range is more than a device makes.
 constexpr int kLastTakenRemindSequence = std::numeric_limits<int>::max() / 2;
+// How many of a timer pass's writes go to the storage worker in one task:
+// enough that the task and the connection's lock cost little per write,
+// few enough that the worker starts on them while the pass goes on.
+constexpr size_t kPassWriteChunk = 128;
 
 bool onMainThread()
 {
@@ -357,6 +361,26 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
         m_skippedRecords.remove(id);
     const qint64 remindTime = item->remindTime();
     storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    if (m_passWrites && !done) {
+        // A timer pass writes thousands of records at once: they go to the
+        // worker a chunk per task (in the same order), while the pass goes
+        // on with the next reminders.
+        if (type == UpdateAll && write) {
+            m_passWrites->push_back({storage::ReminderWrite::Save, std::move(info)});
+        } else if (type == UpdateRemindTime) {
+            storage::ReminderWrite update;
+            update.kind = storage::ReminderWrite::RemindTime;
+            update.info.id = id;
+            update.info.remindTime = remindTime;
+            m_passWrites->push_back(std::move(update));
+        }
+        if (m_passWrites->size() >= kPassWriteChunk)
+            flushPassWrites();
+        return;
+    }
+    // Whatever a pass has gathered goes first, so that writes keep their
+    // order.
+    flushPassWrites();
     QPointer<ReminderHandler> self(this);
     // A write that shares its commit with the writes queued around it; its
     // completion is held until that commit (the handler waits for the
@@ -374,6 +398,18 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
                 });
         },
         onMainThread());
+}
+
+void ReminderHandler::flushPassWrites()
+{
+    if (!m_passWrites || m_passWrites->empty())
+        return;
+    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    std::vector<storage::ReminderWrite> chunk;
+    chunk.swap(*m_passWrites);
+    m_passWrites->reserve(kPassWriteChunk);
+    ThreadManager::getInstance()->invokeWrite([store, chunk = std::move(chunk)] { store->writeEach(chunk); },
+                                              onMainThread());
 }
 
 // ------------------------------------------------ remind timer, notifying
@@ -462,8 +498,15 @@ void ReminderHandler::onTimeOut()
     QSet<QString> handled;
     if (m_nearestTimestamp > 0) {
         storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+        // Who the notifications are for: the same for every record of the
+        // pass.
+        const QSharedPointer<ContactBase> own = m_account->ownUser();
+        const QString accountNick = own ? own->nick() : QString();
+        std::vector<storage::ReminderWrite> passWrites;
         do {
-            const QList<storage::ReminderInfo> due = store->infosWithTimestamp(m_nearestTimestamp);
+            // The pass needs the due records' ids and flags, not their data:
+            // the reminders themselves are in the list.
+            const QList<storage::DueRecord> due = store->dueAt(m_nearestTimestamp);
             QVariantList notifications;
             qint64 oldTime = 0;
             qint64 newTime = 0;
@@ -472,7 +515,9 @@ void ReminderHandler::onTimeOut()
             notifications.reserve(due.size());
             handled.reserve(due.size());
             m_pendingSync.reserve(m_pendingSync.size() + due.size());
-            for (const storage::ReminderInfo& info : due) {
+            passWrites.reserve(kPassWriteChunk);
+            m_passWrites = &passWrites;
+            for (const storage::DueRecord& info : due) {
                 if (info.reminded)
                     continue;
                 ReminderItemPtr item = m_reminderModel->itemById(info.id);
@@ -496,13 +541,13 @@ void ReminderHandler::onTimeOut()
                     item->setReminded(true);
                     saveToDb(item, UpdateAll);
                 } else if (item->interval() < 1 && item->snooze() < 1) {
-                    makeNotifyMsgs(item, notifications);
+                    makeNotifyMsgs(item, notifications, accountNick);
                     item->setReminded(true);
                     unreadStep = true;
                 } else {
                     oldTime = item->remindTime();
                     if (item->stepSnooze()) {
-                        makeNotifyMsgs(item, notifications);
+                        makeNotifyMsgs(item, notifications, accountNick);
                         newTime = item->remindTime();
                         unreadStep = true;
                     } else {
@@ -521,6 +566,10 @@ void ReminderHandler::onTimeOut()
                     syncToServer(item, false, UpdateAll);
                 }
             }
+            // The last chunk goes before the notifications, as every write
+            // of the pass did.
+            flushPassWrites();
+            m_passWrites = nullptr;
             if (!notifications.isEmpty())
                 AccountManager::getInstance()->notifyNewMessage(notifications);
 
@@ -603,18 +652,23 @@ void ReminderHandler::skipRecord(const QString& remindId, const char* why)
 
 void ReminderHandler::makeNotifyMsgs(const ReminderItemPtr& item, QVariantList& list)
 {
+    const QSharedPointer<ContactBase> own = m_account->ownUser();
+    makeNotifyMsgs(item, list, own ? own->nick() : QString());
+}
+
+void ReminderHandler::makeNotifyMsgs(const ReminderItemPtr& item, QVariantList& list, const QString& accountNick)
+{
     if (!item)
         return;
     item->resolveQuoteSender(m_account);
-    const QSharedPointer<ContactBase> own = m_account->ownUser();
     QVariantMap record;
     record.insert(QStringLiteral("accountId"), m_account->accountId());
-    record.insert(QStringLiteral("accountNick"), own ? own->nick() : QString());
+    record.insert(QStringLiteral("accountNick"), accountNick);
     record.insert(QStringLiteral("msgType"), kReminderMessageType);
     record.insert(QStringLiteral("dateTime"), item->remindTime());
     record.insert(QStringLiteral("mute"), false);
     record.insert(QStringLiteral("msgData"), QVariant::fromValue(item));
-    list.append(QVariant(record));
+    list.append(QVariant(std::move(record)));
     // A snoozed reminder's notification stays standing until the user acts.
     if (item->snooze() > 0 && !m_notifiedIds.contains(item->remindId()))
         m_notifiedIds.insert(item->remindId());

@@ -22,8 +22,10 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <vector>
 
 namespace im { namespace content { class Reminder; } }
+namespace storage { struct ReminderWrite; }
 class AccountBase;
 class ContentItem;
 struct LoadedReminders;
@@ -161,6 +163,7 @@ private:
 
     // Local persistence.
     void saveToDb(ReminderItemPtr item, UpdateKeyType type, std::function<void()> done = {});
+    void flushPassWrites();
     void runOnStorage(std::function<void()>&& task);
 
     // The remind timer and notifications.
@@ -173,6 +176,7 @@ private:
     void checkeNextRemindTime(const ReminderItemPtr& item, bool fromShow);
     void completedReminder(const ReminderItemPtr& item, bool completed);
     void makeNotifyMsgs(const ReminderItemPtr& item, QVariantList& list);
+    void makeNotifyMsgs(const ReminderItemPtr& item, QVariantList& list, const QString& accountNick);
     void removeNotify(const QString& remindId);
     void setUncompleteOverdueCount(int count);
     void recountOverdue();
@@ -242,6 +246,9 @@ private:
     // They stay in storage as they are; an id leaves the set when a
     // reminder of that id is saved. Handler's thread only.
     QSet<QString> m_skippedRecords;
+    // During a timer pass: its writes without a completion, handed to the
+    // storage worker a few at a time (flushPassWrites). Null otherwise.
+    std::vector<storage::ReminderWrite>* m_passWrites = nullptr;
     // Bumped by clearData: a load that began before takes nothing in.
     QAtomicInt m_clearGeneration;
     // Loads running on any thread; the destructor waits for them.

@@ -158,6 +158,38 @@ bool ReminderStorage::save(const ReminderInfo& info)
     return write.finish(saveLocked(m_connection, info));
 }
 
+// Binds and runs the remind time update; the caller holds the lock.
+static bool updateRemindTimeLocked(Connection* connection, const QString& remindId, qint64 remindTime)
+{
+    StatementScope stmt(connection->statement(sql::kUpdateRemindTime));
+    if (!stmt)
+        return false;
+    if (!bindText(stmt.get(), 1, remindId) || !bindInt64(stmt.get(), 2, remindTime)) {
+        connection->logError("updateRemindTime (bind)");
+        return false;
+    }
+    return stepDone(connection, stmt.get(), "updateRemindTime");
+}
+
+int ReminderStorage::writeEach(const std::vector<ReminderWrite>& writes)
+{
+    WriteBatch::enter(m_connection);
+    SyncLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "writeEach"))
+        return 0;
+    int held = 0;
+    for (const ReminderWrite& w : writes) {
+        Transaction write(m_connection, false);
+        if (!write.begin())
+            continue;
+        const bool ok = w.kind == ReminderWrite::Save ? saveLocked(m_connection, w.info)
+                                                      : updateRemindTimeLocked(m_connection, w.info.id,
+                                                                               w.info.remindTime);
+        held += write.finish(ok) ? 1 : 0;
+    }
+    return held;
+}
+
 bool ReminderStorage::saveAll(const QList<ReminderInfo>& infos)
 {
     WriteBatch::enter(m_connection);
@@ -256,14 +288,7 @@ bool ReminderStorage::updateRemindTime(const QString& remindId, qint64 remindTim
     Transaction write(m_connection, false);
     if (!write.begin())
         return false;
-    StatementScope stmt(m_connection->statement(sql::kUpdateRemindTime));
-    if (!stmt)
-        return false;
-    if (!bindText(stmt.get(), 1, remindId) || !bindInt64(stmt.get(), 2, remindTime)) {
-        m_connection->logError("updateRemindTime (bind)");
-        return false;
-    }
-    return write.finish(stepDone(m_connection, stmt.get(), "updateRemindTime"));
+    return write.finish(updateRemindTimeLocked(m_connection, remindId, remindTime));
 }
 
 qint64 ReminderStorage::nearestTimestamp()
@@ -316,6 +341,30 @@ QList<ReminderInfo> ReminderStorage::infosWithTimestamp(qint64 timestamp)
         return {};
     }
     return readInfos(m_connection, stmt.get(), "infosWithTimestamp");
+}
+
+QList<DueRecord> ReminderStorage::dueAt(qint64 timestamp)
+{
+    SyncLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "dueAt"))
+        return {};
+    StatementScope stmt(m_connection->statement(sql::kDueAt));
+    if (!stmt)
+        return {};
+    if (!bindInt64(stmt.get(), 1, timestamp)) {
+        m_connection->logError("dueAt (bind)");
+        return {};
+    }
+    QList<DueRecord> due;
+    int rc;
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
+        due.append({columnText(stmt.get(), 0), sqlite3_column_int64(stmt.get(), 1),
+                    sqlite3_column_int64(stmt.get(), 2) != 0});
+    if (rc != SQLITE_DONE) {
+        m_connection->logError("dueAt");
+        return {};
+    }
+    return due;
 }
 
 namespace {

@@ -169,6 +169,10 @@ constexpr const char kInfosWithTimestamp[] =
     "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder WHERE remind_time = ?1"
     " ORDER BY order_time DESC, id";
 
+constexpr const char kDueAt[] =
+    "SELECT id, remind_time, reminded FROM reminder WHERE remind_time = ?1"
+    " ORDER BY order_time DESC, id";
+
 // The keyword queries, each for whole records and for ids alone (a search
 // needs only the ids: the list holds the items). The order is the list's,
 // newest order time first.

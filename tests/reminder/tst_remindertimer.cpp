@@ -5,6 +5,7 @@
 #include "handlerfixture.h"
 #include "modelbaseutil.h"
 
+#include <QHash>
 #include <QSemaphore>
 
 #include <algorithm>
@@ -139,6 +140,8 @@ private slots:
 
     // firing
     void remindersDueTogetherAreNotifiedInOneCall();
+    void passOverManyRemindersWritesEachAheadOfLaterTasks_data();
+    void passOverManyRemindersWritesEachAheadOfLaterTasks();
     void oneOffReminderIsNotifiedOnlyOnce_data();
     void oneOffReminderIsNotifiedOnlyOnce();
     void firingWaitsForQueuedWritesBeforeReArming_data();
@@ -906,6 +909,81 @@ void TestReminderTimer::snoozingReminderStopsNotifyingAfterFivePeriods()
     QCOMPARE(f.storedItem(QStringLiteral("7_1"))->text(), QStringLiteral("call Bob"));
     QCOMPARE(f.sent->count(), 1);
     QCOMPARE(f.withdrawn->count(), 0);
+    f.probe->timer().stop();
+}
+
+void TestReminderTimer::passOverManyRemindersWritesEachAheadOfLaterTasks_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::newRow("a few") << 5;
+    QTest::newRow("several hundred, mixed") << 700;
+}
+
+void TestReminderTimer::passOverManyRemindersWritesEachAheadOfLaterTasks()
+{
+    QFETCH(int, count);
+    HandlerFixture f;
+    const qint64 due = at(2031, 6, 2, 12, 30);
+    // One-off, daily, snoozing and (in memory) completed reminders, due
+    // together, and a daily one that has already fired unseen.
+    for (int i = 0; i < count; ++i) {
+        const QString id = QStringLiteral("7_%1").arg(i + 1);
+        switch (i % 5) {
+        case 0:
+        case 1:
+            f.storeItem(HandlerFixture::makeItem(id, due, QStringLiteral("one-off %1").arg(i)));
+            break;
+        case 2:
+            f.storeItem(daily(id, due));
+            break;
+        case 3:
+            f.storeItem(snoozing(id, due, 10));
+            break;
+        default: {
+            ReminderItemPtr item = daily(id, due);
+            item->setUnread(true);
+            f.storeItem(item);
+            break;
+        }
+        }
+    }
+    f.handler->loadLocalData(false);
+    for (int i = 6; i < count; i += 50)
+        listed(f, QStringLiteral("7_%1").arg(i + 1))->setCompleted(true);
+
+    fireAt(f, due);
+    // A task handed to the worker after the pass finds every write of the
+    // pass done.
+    QHash<QString, storage::ReminderInfo> seenBehind;
+    storage::ReminderStorage* store = f.store();
+    ThreadManager::getInstance()->invoke(
+        [&seenBehind, store] {
+            for (const storage::ReminderInfo& info : store->allInfos())
+                seenBehind.insert(info.id, info);
+        },
+        true);
+    f.settle();
+    QCOMPARE(f.notified->count(), 1);
+    QCOMPARE(seenBehind.size(), count);
+    for (int i = 0; i < count; ++i) {
+        const QString id = QStringLiteral("7_%1").arg(i + 1);
+        const ReminderItemPtr item = listed(f, id);
+        QVERIFY(item);
+        storage::ReminderInfo expected;
+        QVERIFY(item->serialize(expected));
+        const storage::ReminderInfo stored = f.record(id);
+        QCOMPARE(seenBehind.value(id), stored);
+        QCOMPARE(stored.remindTime, item->remindTime());
+        QCOMPARE(stored.reminded, item->reminded());
+        QCOMPARE(stored.completed, item->completed());
+        if (i % 5 == 4) {
+            // Fired again unseen: only its time was written.
+            QCOMPARE(stored.unread, item->unread());
+            QVERIFY(stored.remindTime > due);
+        } else {
+            QCOMPARE(stored, expected);
+        }
+    }
     f.probe->timer().stop();
 }
 

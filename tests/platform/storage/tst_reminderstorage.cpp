@@ -51,6 +51,10 @@ private slots:
     void nearestTimestampStepsOverSkippedIds_data();
     void nearestTimestampStepsOverSkippedIds();
     void infosWithTimestamp();
+    void dueAtMatchesInfosWithTimestamp_data();
+    void dueAtMatchesInfosWithTimestamp();
+    void writeEachRunsEveryWriteOnItsOwn_data();
+    void writeEachRunsEveryWriteOnItsOwn();
     void keyword_data();
     void keyword();
     void keywordSyntaxIsLiteral_data();
@@ -439,6 +443,93 @@ void TestReminderStorage::infosWithTimestamp()
     QCOMPARE(exact.first(), makeInfo("later", "", 5, 1001));
 }
 
+void TestReminderStorage::dueAtMatchesInfosWithTimestamp_data()
+{
+    QTest::addColumn<qint64>("timestamp");
+    QTest::newRow("several, reminded and completed among them") << qint64(1000);
+    QTest::newRow("one") << qint64(999);
+    QTest::newRow("no remind time") << qint64(0);
+    QTest::newRow("none") << qint64(5);
+}
+
+void TestReminderStorage::dueAtMatchesInfosWithTimestamp()
+{
+    QFETCH(qint64, timestamp);
+    // Equal order times: the ids decide, as in the list.
+    QVERIFY(store()->saveAll({ makeInfo("pending", "", 1, 1000), makeInfo("reminded", "", 3, 1000, true),
+                               makeInfo("completed", "", 2, 1000, false, true), makeInfo("b", "", 2, 1000),
+                               makeInfo("earlier", "", 4, 999), makeInfo("later", "", 5, 1001),
+                               makeInfo("none", "", 6, 0) }));
+
+    const QList<ReminderInfo> infos = store()->infosWithTimestamp(timestamp);
+    const QList<storage::DueRecord> due = store()->dueAt(timestamp);
+    QCOMPARE(due.size(), infos.size());
+    for (qsizetype i = 0; i < due.size(); ++i) {
+        QCOMPARE(due.at(i).id, infos.at(i).id);
+        QCOMPARE(due.at(i).remindTime, infos.at(i).remindTime);
+        QCOMPARE(due.at(i).reminded, infos.at(i).reminded);
+    }
+}
+
+void TestReminderStorage::writeEachRunsEveryWriteOnItsOwn_data()
+{
+    QTest::addColumn<bool>("grouped");
+    QTest::newRow("on its own") << false;
+    QTest::newRow("in a group of writes") << true;
+}
+
+void TestReminderStorage::writeEachRunsEveryWriteOnItsOwn()
+{
+    QFETCH(bool, grouped);
+    QVERIFY(store()->saveAll({ makeInfo("a", "apples", 1, 1000), makeInfo("b", "bananas", 2, 1000) }));
+
+    using storage::ReminderWrite;
+    std::vector<ReminderWrite> writes;
+    ReminderInfo changed = makeInfo("a", "cherries", 7, 2000, true);
+    changed.unread = true;
+    changed.extra = QByteArrayLiteral("{\"last_unread_time\":1000}");
+    writes.push_back({ReminderWrite::Save, changed});
+    writes.push_back({ReminderWrite::Save, makeInfo("c", "dates", 3, 3000)});
+    ReminderWrite later;
+    later.kind = ReminderWrite::RemindTime;
+    later.info.id = QStringLiteral("b");
+    later.info.remindTime = 4000;
+    writes.push_back(later);
+    // An id that is not stored: nothing changes, as with updateRemindTime().
+    ReminderWrite unknown;
+    unknown.kind = ReminderWrite::RemindTime;
+    unknown.info.id = QStringLiteral("nobody");
+    unknown.info.remindTime = 5000;
+    writes.push_back(unknown);
+    // The same record twice: the later write wins.
+    ReminderWrite again;
+    again.kind = ReminderWrite::RemindTime;
+    again.info.id = QStringLiteral("c");
+    again.info.remindTime = 3500;
+    writes.push_back(again);
+
+    if (grouped)
+        storage::WriteBatch::begin();
+    QCOMPARE(store()->writeEach(writes), int(writes.size()));
+    if (grouped)
+        QVERIFY(storage::WriteBatch::commit());
+
+    reopen();
+    bool found = false;
+    QCOMPARE(store()->info(QStringLiteral("a"), &found), changed);
+    QVERIFY(found);
+    QCOMPARE(store()->info(QStringLiteral("b")).remindTime, qint64(4000));
+    QCOMPARE(store()->info(QStringLiteral("c")).remindTime, qint64(3500));
+    QCOMPARE(store()->count(), 3);
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("cherries"))), QStringList { "a" });
+    QVERIFY(store()->infosWithKeyword(QStringLiteral("apples")).isEmpty());
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("dates"))), QStringList { "c" });
+    RawDb raw(dbPath());
+    QVERIFY2(raw.isOpen(), qPrintable(raw.lastError()));
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+    QVERIFY(storagetest::storageLogLines().isEmpty());
+}
+
 void TestReminderStorage::keyword_data()
 {
     QTest::addColumn<QString>("keyword");
@@ -825,6 +916,10 @@ void TestReminderStorage::queryPlansUseIndexes()
     QVERIFY2(ok, qPrintable(raw.lastError()));
     QVERIFY2(usesIndex(byTime), qPrintable(byTime.join('\n')));
     QVERIFY2(byTime.join('\n').contains(QLatin1String("remind_time=?")), qPrintable(byTime.join('\n')));
+    const QStringList due = raw.queryPlan(storage::sql::kDueAt, &ok);
+    QVERIFY2(ok, qPrintable(raw.lastError()));
+    QVERIFY2(usesIndex(due), qPrintable(due.join('\n')));
+    QVERIFY2(due.join('\n').contains(QLatin1String("remind_time=?")), qPrintable(due.join('\n')));
 
     // The long-keyword queries are driven by the full-text index and read
     // the records (or the search side's small rows) by their rowid.
