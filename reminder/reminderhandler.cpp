@@ -408,8 +408,16 @@ void ReminderHandler::flushPassWrites()
     std::vector<storage::ReminderWrite> chunk;
     chunk.swap(*m_passWrites);
     m_passWrites->reserve(kPassWriteChunk);
-    ThreadManager::getInstance()->invokeWrite([store, chunk = std::move(chunk)] { store->writeEach(chunk); },
-                                              onMainThread());
+    auto written = std::make_shared<std::vector<storage::ReminderWrite>>(std::move(chunk));
+    ThreadManager::getInstance()->invokeWrite(
+        [handler = this, store, written]() mutable {
+            store->writeEach(*written);
+            // The records were made on the handler's thread and go back there
+            // to be freed: freed here, each would take the allocator's lock
+            // of that thread while the pass is still making the next ones.
+            ThreadManager::getInstance()->reportTo(handler, [written = std::move(written)] {});
+        },
+        onMainThread());
 }
 
 // ------------------------------------------------ remind timer, notifying

@@ -129,21 +129,37 @@ QList<ReminderInfo> ReminderStorage::allInfos()
     return infos;
 }
 
-// Binds and runs the upsert; the caller holds the lock.
-static bool saveLocked(Connection* connection, const ReminderInfo& info)
+// Binds and runs one of the upserts; the caller holds the lock.
+static bool runSave(Connection* connection, const char* sql, const ReminderInfo& info, const QByteArray& id,
+                    const QByteArray& text)
 {
-    StatementScope stmt(connection->statement(sql::kSave));
+    StatementScope stmt(connection->statement(sql));
     if (!stmt)
         return false;
     sqlite3_stmt* s = stmt.get();
-    if (!bindText(s, 1, info.id) || !bindText(s, 2, searchableForm(info.text)) || !bindBlob(s, 3, info.data)
-        || !bindInt64(s, 4, info.remindTime) || !bindInt64(s, 5, info.orderTime)
+    if (sqlite3_bind_text64(s, 1, id.constData(), sqlite3_uint64(id.size()), SQLITE_STATIC, SQLITE_UTF8) != SQLITE_OK
+        || sqlite3_bind_text64(s, 2, text.constData(), sqlite3_uint64(text.size()), SQLITE_STATIC, SQLITE_UTF8)
+            != SQLITE_OK
+        || !bindBlob(s, 3, info.data) || !bindInt64(s, 4, info.remindTime) || !bindInt64(s, 5, info.orderTime)
         || !bindInt64(s, 6, info.reminded ? 1 : 0) || !bindInt64(s, 7, info.completed ? 1 : 0)
         || !bindInt64(s, 8, info.unread ? 1 : 0) || !bindBlob(s, 9, info.extra)) {
         connection->logError("save (bind)");
         return false;
     }
     return stepDone(connection, s, "save");
+}
+
+// Writes the record; the caller holds the lock.
+static bool saveLocked(Connection* connection, const ReminderInfo& info)
+{
+    const QByteArray id = info.id.toUtf8();
+    const QByteArray text = searchableForm(info.text).toUtf8();
+    if (!runSave(connection, sql::kSaveKeepingTextAndOrder, info, id, text))
+        return false;
+    // Inserted, or updated with its text and order time as they were.
+    if (sqlite3_changes(connection->handle()) > 0)
+        return true;
+    return runSave(connection, sql::kSave, info, id, text);
 }
 
 bool ReminderStorage::save(const ReminderInfo& info)

@@ -142,6 +142,19 @@ constexpr const char kSave[] =
     " order_time = excluded.order_time, reminded = excluded.reminded,"
     " completed = excluded.completed, unread = excluded.unread, extra = excluded.extra";
 
+// The same for a record whose text and order time stay as they are, the
+// usual case (a time, a flag or the data changed): only the columns that
+// can have changed are set, so that neither the order index nor the search
+// side's triggers are looked at. A record whose text or order time differs
+// is left alone (no change counted) and written with kSave.
+constexpr const char kSaveKeepingTextAndOrder[] =
+    "INSERT INTO reminder(" STORAGE_REMINDER_COLUMNS ")"
+    " VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)"
+    " ON CONFLICT(id) DO UPDATE SET"
+    " data = excluded.data, remind_time = excluded.remind_time, reminded = excluded.reminded,"
+    " completed = excluded.completed, unread = excluded.unread, extra = excluded.extra"
+    " WHERE text = excluded.text AND order_time = excluded.order_time";
+
 constexpr const char kRemove[] = "DELETE FROM reminder WHERE id = ?1";
 
 constexpr const char kRememberRemoved[] = "INSERT OR IGNORE INTO reminder_removed(id) VALUES (?1)";

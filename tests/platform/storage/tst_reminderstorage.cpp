@@ -34,6 +34,8 @@ private slots:
     void cleanup();
 
     void saveThenReplace();
+    void saveKeepsTheSearchSideInStep_data();
+    void saveKeepsTheSearchSideInStep();
     void saveAllStoresEveryRecord();
     void saveAllIsAtomic();
     void removeOne();
@@ -135,6 +137,60 @@ void TestReminderStorage::saveThenReplace()
     QVERIFY2(raw.isOpen(), qPrintable(raw.lastError()));
     QCOMPARE(raw.ftsIds(QStringLiteral("oranges")), QStringList());
     QCOMPARE(raw.ftsIds(QStringLiteral("plumber")), QStringList { "r1" });
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+    QVERIFY(storagetest::storageLogLines().isEmpty());
+}
+
+void TestReminderStorage::saveKeepsTheSearchSideInStep_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<qint64>("orderTime");
+    QTest::addColumn<bool>("grouped");
+
+    for (bool grouped : {false, true}) {
+        const char* how = grouped ? " (in a group)" : "";
+        QTest::newRow(qPrintable(QStringLiteral("flags, time and data only%1").arg(how)))
+            << QStringLiteral("buy oranges at market") << qint64(10) << grouped;
+        QTest::newRow(qPrintable(QStringLiteral("new text%1").arg(how)))
+            << QStringLiteral("call the plumber") << qint64(10) << grouped;
+        QTest::newRow(qPrintable(QStringLiteral("new order time%1").arg(how)))
+            << QStringLiteral("buy oranges at market") << qint64(30) << grouped;
+        QTest::newRow(qPrintable(QStringLiteral("both%1").arg(how)))
+            << QStringLiteral("call the plumber") << qint64(30) << grouped;
+    }
+}
+
+void TestReminderStorage::saveKeepsTheSearchSideInStep()
+{
+    QFETCH(QString, text);
+    QFETCH(qint64, orderTime);
+    QFETCH(bool, grouped);
+    QVERIFY(store()->saveAll({ makeInfo(QStringLiteral("r1"), QStringLiteral("buy oranges at market"), 10, 1000),
+                               makeInfo(QStringLiteral("r2"), QStringLiteral("oranges and plumber"), 20, 1000) }));
+
+    ReminderInfo changed = makeInfo(QStringLiteral("r1"), text, orderTime, 2000, true, false);
+    changed.unread = true;
+    changed.data = QByteArrayLiteral("changed-data");
+    changed.extra = QByteArrayLiteral("{\"last_unread_time\":1000}");
+    if (grouped)
+        storage::WriteBatch::begin();
+    QVERIFY(store()->save(changed));
+    if (grouped)
+        QVERIFY(storage::WriteBatch::commit());
+
+    reopen();
+    QCOMPARE(store()->info(QStringLiteral("r1")), changed);
+    QCOMPARE(store()->count(), 2);
+    // The search finds the record by its new text only, in its new place.
+    const bool oranges = text.contains(QLatin1String("oranges"));
+    const QStringList both = orderTime > 20 ? QStringList { "r1", "r2" } : QStringList { "r2", "r1" };
+    QCOMPARE(store()->idsWithKeyword(QStringLiteral("oranges")), oranges ? both : QStringList { "r2" });
+    QCOMPARE(store()->idsWithKeyword(QStringLiteral("plumber")), oranges ? QStringList { "r2" } : both);
+    QCOMPARE(store()->idsWithKeyword(QStringLiteral("b")), both);
+    RawDb raw(dbPath());
+    QVERIFY2(raw.isOpen(), qPrintable(raw.lastError()));
+    QCOMPARE(raw.rows(QStringLiteral("SELECT order_time FROM reminder_search WHERE id = 'r1'")),
+             QStringList { QString::number(orderTime) });
     QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
     QVERIFY(storagetest::storageLogLines().isEmpty());
 }
