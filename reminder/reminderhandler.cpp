@@ -80,7 +80,8 @@ ReminderHandler::ReminderHandler(AccountBase* account)
       m_searchModel(new ReminderModel(account)),
       m_account(account),
       m_pattern(new ReminderPattern(this)),
-      m_remindTimer(this)
+      m_remindTimer(this),
+      m_storageReturns(new QObject(this))
 {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
     connect(&m_remindTimer, &QTimer::timeout, this, &ReminderHandler::onTimeOut);
@@ -366,7 +367,8 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
         // worker a chunk per task (in the same order), while the pass goes
         // on with the next reminders.
         if (type == UpdateAll && write) {
-            m_passWrites->push_back({storage::ReminderWrite::Save, std::move(info)});
+            // The pass has just read the record.
+            m_passWrites->push_back({storage::ReminderWrite::SaveStored, std::move(info)});
         } else if (type == UpdateRemindTime) {
             storage::ReminderWrite update;
             update.kind = storage::ReminderWrite::RemindTime;
@@ -386,16 +388,21 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
     // completion is held until that commit (the handler waits for the
     // worker before it goes, so it is still there to receive it).
     ThreadManager::getInstance()->invokeWrite(
-        [self, handler = this, store, type, write, info, id, remindTime, item, done] {
+        [self, handler = this, store, type, write, info = std::move(info), id, remindTime, item = std::move(item),
+         done = std::move(done)]() mutable {
             if (type == UpdateAll && write)
                 store->save(info);
             else if (type == UpdateRemindTime)
                 store->updateRemindTime(id, remindTime);
+            // What the task holds was made on the handler's thread and goes
+            // back there with the completion, to be freed there (see
+            // flushPassWrites).
             if (done)
-                ThreadManager::getInstance()->reportTo(handler, [self, done] {
-                    if (self)
-                        done();
-                });
+                ThreadManager::getInstance()->reportTo(
+                    handler, [self, info = std::move(info), item = std::move(item), done = std::move(done)] {
+                        if (self)
+                            done();
+                    });
         },
         onMainThread());
 }
@@ -410,12 +417,12 @@ void ReminderHandler::flushPassWrites()
     m_passWrites->reserve(kPassWriteChunk);
     auto written = std::make_shared<std::vector<storage::ReminderWrite>>(std::move(chunk));
     ThreadManager::getInstance()->invokeWrite(
-        [handler = this, store, written]() mutable {
+        [returns = m_storageReturns, store, written]() mutable {
             store->writeEach(*written);
             // The records were made on the handler's thread and go back there
             // to be freed: freed here, each would take the allocator's lock
             // of that thread while the pass is still making the next ones.
-            ThreadManager::getInstance()->reportTo(handler, [written = std::move(written)] {});
+            ThreadManager::getInstance()->reportTo(returns, [written = std::move(written)] {});
         },
         onMainThread());
 }

@@ -249,6 +249,9 @@ private:
     // During a timer pass: its writes without a completion, handed to the
     // storage worker a few at a time (flushPassWrites). Null otherwise.
     std::vector<storage::ReminderWrite>* m_passWrites = nullptr;
+    // A child on the handler's thread that the storage worker hands written
+    // records back to, to be freed there; the handler itself is not called.
+    QObject* m_storageReturns = nullptr;
     // Bumped by clearData: a load that began before takes nothing in.
     QAtomicInt m_clearGeneration;
     // Loads running on any thread; the destructor waits for them.

@@ -149,11 +149,18 @@ static bool runSave(Connection* connection, const char* sql, const ReminderInfo&
     return stepDone(connection, s, "save");
 }
 
-// Writes the record; the caller holds the lock.
-static bool saveLocked(Connection* connection, const ReminderInfo& info)
+// Writes the record; the caller holds the lock. stored: the record is
+// most likely stored already.
+static bool saveLocked(Connection* connection, const ReminderInfo& info, bool stored = false)
 {
     const QByteArray id = info.id.toUtf8();
     const QByteArray text = searchableForm(info.text).toUtf8();
+    if (stored) {
+        if (!runSave(connection, sql::kUpdateKeepingTextAndOrder, info, id, text))
+            return false;
+        if (sqlite3_changes(connection->handle()) > 0)
+            return true;
+    }
     if (!runSave(connection, sql::kSaveKeepingTextAndOrder, info, id, text))
         return false;
     // Inserted, or updated with its text and order time as they were.
@@ -198,9 +205,9 @@ int ReminderStorage::writeEach(const std::vector<ReminderWrite>& writes)
         Transaction write(m_connection, false);
         if (!write.begin())
             continue;
-        const bool ok = w.kind == ReminderWrite::Save ? saveLocked(m_connection, w.info)
-                                                      : updateRemindTimeLocked(m_connection, w.info.id,
-                                                                               w.info.remindTime);
+        const bool ok = w.kind == ReminderWrite::RemindTime
+            ? updateRemindTimeLocked(m_connection, w.info.id, w.info.remindTime)
+            : saveLocked(m_connection, w.info, w.kind == ReminderWrite::SaveStored);
         held += write.finish(ok) ? 1 : 0;
     }
     return held;

@@ -20,7 +20,14 @@ class Connection;
 // (from info.id and info.remindTime).
 struct ReminderWrite
 {
-    enum Kind { Save, RemindTime };
+    enum Kind {
+        Save,
+        // The same for a record the caller knows to be stored (one it has
+        // just read): tried as an update first, which costs less than an
+        // insert that finds the record; stored all the same if it is not.
+        SaveStored,
+        RemindTime,
+    };
     Kind kind = Save;
     ReminderInfo info;
 };

@@ -155,6 +155,12 @@ constexpr const char kSaveKeepingTextAndOrder[] =
     " completed = excluded.completed, unread = excluded.unread, extra = excluded.extra"
     " WHERE text = excluded.text AND order_time = excluded.order_time";
 
+// The same as a plain update of a stored record; no change counted when the
+// record is not stored or its text or order time differs.
+constexpr const char kUpdateKeepingTextAndOrder[] =
+    "UPDATE reminder SET data = ?3, remind_time = ?4, reminded = ?6, completed = ?7, unread = ?8, extra = ?9"
+    " WHERE id = ?1 AND text = ?2 AND order_time = ?5";
+
 constexpr const char kRemove[] = "DELETE FROM reminder WHERE id = ?1";
 
 constexpr const char kRememberRemoved[] = "INSERT OR IGNORE INTO reminder_removed(id) VALUES (?1)";

@@ -544,8 +544,16 @@ void TestReminderStorage::writeEachRunsEveryWriteOnItsOwn()
     ReminderInfo changed = makeInfo("a", "cherries", 7, 2000, true);
     changed.unread = true;
     changed.extra = QByteArrayLiteral("{\"last_unread_time\":1000}");
-    writes.push_back({ReminderWrite::Save, changed});
+    writes.push_back({ReminderWrite::SaveStored, changed});
     writes.push_back({ReminderWrite::Save, makeInfo("c", "dates", 3, 3000)});
+    // Said to be stored but not: stored all the same.
+    writes.push_back({ReminderWrite::SaveStored, makeInfo("d", "elderberries", 4, 3000)});
+    // Stored, with its text and order time as they are.
+    ReminderInfo sameText = makeInfo("e", "figs", 5, 1000);
+    writes.push_back({ReminderWrite::SaveStored, sameText});
+    sameText.reminded = true;
+    sameText.data = QByteArrayLiteral("fired");
+    writes.push_back({ReminderWrite::SaveStored, sameText});
     ReminderWrite later;
     later.kind = ReminderWrite::RemindTime;
     later.info.id = QStringLiteral("b");
@@ -576,7 +584,11 @@ void TestReminderStorage::writeEachRunsEveryWriteOnItsOwn()
     QVERIFY(found);
     QCOMPARE(store()->info(QStringLiteral("b")).remindTime, qint64(4000));
     QCOMPARE(store()->info(QStringLiteral("c")).remindTime, qint64(3500));
-    QCOMPARE(store()->count(), 3);
+    QCOMPARE(store()->info(QStringLiteral("d")), makeInfo("d", "elderberries", 4, 3000));
+    QCOMPARE(store()->info(QStringLiteral("e")), sameText);
+    QCOMPARE(store()->count(), 5);
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("elderberries"))), QStringList { "d" });
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("fig"))), QStringList { "e" });
     QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("cherries"))), QStringList { "a" });
     QVERIFY(store()->infosWithKeyword(QStringLiteral("apples")).isEmpty());
     QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("dates"))), QStringList { "c" });
