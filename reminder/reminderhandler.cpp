@@ -41,8 +41,10 @@
 #include <QPointer>
 #include <QThread>
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -61,7 +63,9 @@ constexpr int kReminderScene = 8;
 constexpr int kLastTakenRemindSequence = std::numeric_limits<int>::max() / 2;
 // How many of a timer pass's writes go to the storage worker in one task:
 // enough that the task and the connection's lock cost little per write,
-// few enough that the worker starts on them while the pass goes on.
+// few enough that the worker works on them while the pass goes on. The
+// first chunks are smaller, so that the worker starts almost at once.
+constexpr size_t kFirstPassWriteChunk = 16;
 constexpr size_t kPassWriteChunk = 128;
 
 bool onMainThread()
@@ -70,6 +74,12 @@ bool onMainThread()
 }
 
 } // namespace
+
+struct ReminderHandler::PassWrites
+{
+    std::vector<storage::ReminderWrite> writes;
+    size_t chunk = kFirstPassWriteChunk;
+};
 
 // ------------------------------------------------------------- lifecycle
 
@@ -368,15 +378,15 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
         // on with the next reminders.
         if (type == UpdateAll && write) {
             // The pass has just read the record.
-            m_passWrites->push_back({storage::ReminderWrite::SaveStored, std::move(info)});
+            m_passWrites->writes.push_back({storage::ReminderWrite::SaveStored, std::move(info)});
         } else if (type == UpdateRemindTime) {
             storage::ReminderWrite update;
             update.kind = storage::ReminderWrite::RemindTime;
             update.info.id = id;
             update.info.remindTime = remindTime;
-            m_passWrites->push_back(std::move(update));
+            m_passWrites->writes.push_back(std::move(update));
         }
-        if (m_passWrites->size() >= kPassWriteChunk)
+        if (m_passWrites->writes.size() >= m_passWrites->chunk)
             flushPassWrites();
         return;
     }
@@ -409,12 +419,13 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
 
 void ReminderHandler::flushPassWrites()
 {
-    if (!m_passWrites || m_passWrites->empty())
+    if (!m_passWrites || m_passWrites->writes.empty())
         return;
     storage::ReminderStorage* store = m_account->storage()->reminderStorage();
     std::vector<storage::ReminderWrite> chunk;
-    chunk.swap(*m_passWrites);
-    m_passWrites->reserve(kPassWriteChunk);
+    chunk.swap(m_passWrites->writes);
+    m_passWrites->chunk = std::min(m_passWrites->chunk * 2, kPassWriteChunk);
+    m_passWrites->writes.reserve(m_passWrites->chunk);
     auto written = std::make_shared<std::vector<storage::ReminderWrite>>(std::move(chunk));
     ThreadManager::getInstance()->invokeWrite(
         [returns = m_storageReturns, store, written]() mutable {
@@ -517,7 +528,7 @@ void ReminderHandler::onTimeOut()
         // pass.
         const QSharedPointer<ContactBase> own = m_account->ownUser();
         const QString accountNick = own ? own->nick() : QString();
-        std::vector<storage::ReminderWrite> passWrites;
+        PassWrites passWrites;
         do {
             // The pass needs the due records' ids and flags, not their data:
             // the reminders themselves are in the list.
@@ -530,7 +541,7 @@ void ReminderHandler::onTimeOut()
             notifications.reserve(due.size());
             handled.reserve(due.size());
             m_pendingSync.reserve(m_pendingSync.size() + due.size());
-            passWrites.reserve(kPassWriteChunk);
+            passWrites.writes.reserve(passWrites.chunk);
             m_passWrites = &passWrites;
             for (const storage::DueRecord& info : due) {
                 if (info.reminded)

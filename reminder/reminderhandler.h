@@ -22,7 +22,6 @@
 #include <condition_variable>
 #include <functional>
 #include <mutex>
-#include <vector>
 
 namespace im { namespace content { class Reminder; } }
 namespace storage { struct ReminderWrite; }
@@ -247,8 +246,9 @@ private:
     // reminder of that id is saved. Handler's thread only.
     QSet<QString> m_skippedRecords;
     // During a timer pass: its writes without a completion, handed to the
-    // storage worker a few at a time (flushPassWrites). Null otherwise.
-    std::vector<storage::ReminderWrite>* m_passWrites = nullptr;
+    // storage worker a chunk at a time (flushPassWrites). Null otherwise.
+    struct PassWrites;
+    PassWrites* m_passWrites = nullptr;
     // A child on the handler's thread that the storage worker hands written
     // records back to, to be freed there; the handler itself is not called.
     QObject* m_storageReturns = nullptr;

@@ -156,10 +156,12 @@ static bool saveLocked(Connection* connection, const ReminderInfo& info, bool st
     const QByteArray id = info.id.toUtf8();
     const QByteArray text = searchableForm(info.text).toUtf8();
     if (stored) {
-        if (!runSave(connection, sql::kUpdateKeepingTextAndOrder, info, id, text))
-            return false;
-        if (sqlite3_changes(connection->handle()) > 0)
-            return true;
+        for (const char* update : {sql::kUpdateKeepingTextOrderAndTime, sql::kUpdateKeepingTextAndOrder}) {
+            if (!runSave(connection, update, info, id, text))
+                return false;
+            if (sqlite3_changes(connection->handle()) > 0)
+                return true;
+        }
     }
     if (!runSave(connection, sql::kSaveKeepingTextAndOrder, info, id, text))
         return false;

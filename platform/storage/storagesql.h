@@ -161,6 +161,13 @@ constexpr const char kUpdateKeepingTextAndOrder[] =
     "UPDATE reminder SET data = ?3, remind_time = ?4, reminded = ?6, completed = ?7, unread = ?8, extra = ?9"
     " WHERE id = ?1 AND text = ?2 AND order_time = ?5";
 
+// The same for a record whose remind time stays as well (a reminder that
+// fires once keeps its time): the two indexes of the remind time are not
+// looked at, except for the pending one when a flag changes.
+constexpr const char kUpdateKeepingTextOrderAndTime[] =
+    "UPDATE reminder SET data = ?3, reminded = ?6, completed = ?7, unread = ?8, extra = ?9"
+    " WHERE id = ?1 AND text = ?2 AND remind_time = ?4 AND order_time = ?5";
+
 constexpr const char kRemove[] = "DELETE FROM reminder WHERE id = ?1";
 
 constexpr const char kRememberRemoved[] = "INSERT OR IGNORE INTO reminder_removed(id) VALUES (?1)";

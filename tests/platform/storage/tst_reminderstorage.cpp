@@ -554,6 +554,12 @@ void TestReminderStorage::writeEachRunsEveryWriteOnItsOwn()
     sameText.reminded = true;
     sameText.data = QByteArrayLiteral("fired");
     writes.push_back({ReminderWrite::SaveStored, sameText});
+    // ... and with a new remind time (a repeating reminder moving on).
+    ReminderInfo moved = makeInfo("f", "grapes", 6, 1000);
+    writes.push_back({ReminderWrite::SaveStored, moved});
+    moved.remindTime = 86401000;
+    moved.unread = true;
+    writes.push_back({ReminderWrite::SaveStored, moved});
     ReminderWrite later;
     later.kind = ReminderWrite::RemindTime;
     later.info.id = QStringLiteral("b");
@@ -586,7 +592,10 @@ void TestReminderStorage::writeEachRunsEveryWriteOnItsOwn()
     QCOMPARE(store()->info(QStringLiteral("c")).remindTime, qint64(3500));
     QCOMPARE(store()->info(QStringLiteral("d")), makeInfo("d", "elderberries", 4, 3000));
     QCOMPARE(store()->info(QStringLiteral("e")), sameText);
-    QCOMPARE(store()->count(), 5);
+    QCOMPARE(store()->info(QStringLiteral("f")), moved);
+    QCOMPARE(store()->infosWithTimestamp(86401000).size(), 1);
+    QVERIFY(store()->infosWithTimestamp(1000).size() == 1 && store()->infosWithTimestamp(1000).first().id == "e");
+    QCOMPARE(store()->count(), 6);
     QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("elderberries"))), QStringList { "d" });
     QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("fig"))), QStringList { "e" });
     QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("cherries"))), QStringList { "a" });
