@@ -6,8 +6,9 @@
 
 namespace storage::sql {
 
-// Bumped whenever the schema below changes shape.
-constexpr int kSchemaVersion = 4;
+// Bumped whenever the schema below changes shape (or, as from 4 to 5, the
+// search index's settings).
+constexpr int kSchemaVersion = 5;
 
 // Name of the SQL function registered on every connection:
 // storage_fold(text) is the text as the search compares it: each NUL
@@ -109,6 +110,21 @@ constexpr const char kUpgradeDrop[] =
     "DROP TRIGGER IF EXISTS reminder_search_order;"
     "DROP TABLE IF EXISTS reminder_fts;"
     "DROP TABLE IF EXISTS reminder_search;";
+// How the search index keeps its segments (FTS5 writes one per committed
+// group of writes): none are merged while writes come in (FTS5's automerge
+// does merge work at every commit, and a listing of 100,000 reminders spent
+// more time merging than indexing); the storage worker merges them once it
+// has nothing else to do (kFtsIdleMerge). Should it not get round to it,
+// a level with 64 segments is merged at once by the write that fills it.
+// Kept in the index's own settings table, so from version 5 on.
+constexpr const char kFtsMergeSettings[] =
+    "INSERT INTO reminder_fts(reminder_fts, rank) VALUES ('automerge', 0);"
+    "INSERT INTO reminder_fts(reminder_fts, rank) VALUES ('crisismerge', 64);";
+// One step of that merging: about 64 pages written, only on a level that
+// holds 4 or more segments (FTS5's usermerge, as automerge would have
+// merged them). sqlite3_total_changes() grows by 2 or more when it merged
+// something.
+constexpr const char kFtsIdleMerge[] = "INSERT INTO reminder_fts(reminder_fts, rank) VALUES ('merge', 64)";
 constexpr const char kUpgradeFill[] =
     "INSERT INTO reminder_search(rowid, id, order_time, folded)"
     " SELECT rowid, id, order_time, storage_fold(text) FROM reminder;";

@@ -78,6 +78,8 @@ private slots:
     void groupedWritesKeepTheSearchIndexExact_data();
     void groupedWritesKeepTheSearchIndexExact();
     void groupedWritesAreSeenAtOnceAndCommittedTogether();
+    void idleMergingKeepsTheSearchIndexExact_data();
+    void idleMergingKeepsTheSearchIndexExact();
     void writeFromAnotherThreadCommitsTheGroup();
 
 private:
@@ -1173,6 +1175,74 @@ void TestReminderStorage::groupedWritesKeepTheSearchIndexExact()
     }
     reopen();
     check("after reopening");
+}
+
+void TestReminderStorage::idleMergingKeepsTheSearchIndexExact_data()
+{
+    QTest::addColumn<int>("groups");
+    QTest::addColumn<bool>("writeBetweenSteps");
+    QTest::newRow("a few groups") << 6 << false;
+    QTest::newRow("many groups") << 40 << false;
+    QTest::newRow("many groups, writes between the steps") << 40 << true;
+}
+
+void TestReminderStorage::idleMergingKeepsTheSearchIndexExact()
+{
+    QFETCH(int, groups);
+    QFETCH(bool, writeBetweenSteps);
+    static const char* const words[] = { "Invoice", "dentist", "Zürich", "garden", "report", "买面包" };
+    QMap<QString, QString> expected; // id -> text
+    int made = 0;
+    // Each group of writes commits a segment of the search index; none is
+    // merged while the writes come in.
+    auto group = [&](int n) {
+        storage::WriteBatch::begin();
+        for (int i = 0; i < n; ++i) {
+            const int k = made++;
+            const QString id = QStringLiteral("r%1").arg(k % 150);
+            const QString text = QStringLiteral("%1 %2 %3")
+                                     .arg(QString::fromUtf8(words[k % 6]), QString::fromUtf8(words[(k / 6) % 6]))
+                                     .arg(k);
+            if (k % 11 == 10) {
+                QVERIFY(store()->remove(id));
+                expected.remove(id);
+            } else {
+                QVERIFY(store()->save(makeInfo(id, text, k, 0)));
+                expected.insert(id, text);
+            }
+        }
+        QVERIFY(storage::WriteBatch::commit());
+    };
+    for (int g = 0; g < groups; ++g)
+        group(9);
+
+    int steps = 0;
+    while (storage::WriteBatch::idleStep()) {
+        QVERIFY2(++steps < 10000, "the merging does not end");
+        if (writeBetweenSteps && steps % 2 == 1)
+            group(5);
+    }
+    // Four segments on a level are merged: as many groups leave work.
+    QVERIFY(steps > 0);
+    QVERIFY(!storage::WriteBatch::idleStep());
+
+    for (const char* word : words) {
+        const QString keyword = QString::fromUtf8(word).toUpper();
+        QStringList want;
+        for (auto it = expected.constBegin(); it != expected.constEnd(); ++it) {
+            if (it.value().contains(keyword, Qt::CaseInsensitive))
+                want << it.key();
+        }
+        QStringList got = store()->idsWithKeyword(keyword);
+        want.sort();
+        got.sort();
+        QCOMPARE(got, want);
+    }
+    QCOMPARE(store()->count(), int(expected.size()));
+    RawDb raw(dbPath());
+    QVERIFY2(raw.isOpen(), qPrintable(raw.lastError()));
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+    QVERIFY(storagetest::storageLogLines().isEmpty());
 }
 
 void TestReminderStorage::groupedWritesAreSeenAtOnceAndCommittedTogether()
