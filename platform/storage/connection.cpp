@@ -81,9 +81,11 @@ SqliteSchema accountSchema(Connection* connection, void (*deferFunction)(sqlite3
 Connection::Connection(const QString& path, Opening opening)
     : m_path(path)
 {
-    WriteBatch::add(this);
     if (opening == Opening::Now)
         ensureOpen();
+    // Known to the storage worker (its commits, its idle merging) only once
+    // opened: the worker may look at any registered connection at any time.
+    WriteBatch::add(this);
 }
 
 bool Connection::ensureOpen()
