@@ -23,7 +23,20 @@ using storagetest::RawDb;
 
 namespace {
 constexpr qint64 kAccount = 42;
+
+// The ids whose text contains the keyword as Qt compares, case-insensitively
+// (what the search must find), sorted.
+QStringList idsContaining(const QMap<QString, QString>& texts, const QString& keyword)
+{
+    QStringList ids;
+    for (auto it = texts.constBegin(); it != texts.constEnd(); ++it) {
+        if (it.value().contains(keyword, Qt::CaseInsensitive))
+            ids << it.key();
+    }
+    ids.sort();
+    return ids;
 }
+} // namespace
 
 class TestReminderStorage : public QObject
 {
@@ -1112,13 +1125,8 @@ void TestReminderStorage::groupedWritesKeepTheSearchIndexExact()
     auto check = [&](const char* when) {
         for (const char* word : words) {
             const QString keyword = QString::fromUtf8(word).toUpper();
-            QStringList want;
-            for (auto it = expected.constBegin(); it != expected.constEnd(); ++it) {
-                if (it.value().contains(keyword, Qt::CaseInsensitive))
-                    want << it.key();
-            }
+            const QStringList want = idsContaining(expected, keyword);
             QStringList got = store()->idsWithKeyword(keyword);
-            want.sort();
             got.sort();
             QVERIFY2(got == want, qPrintable(QStringLiteral("%1, keyword %2: %3 found, %4 expected")
                                                  .arg(QLatin1String(when), keyword)
@@ -1228,15 +1236,9 @@ void TestReminderStorage::idleMergingKeepsTheSearchIndexExact()
 
     for (const char* word : words) {
         const QString keyword = QString::fromUtf8(word).toUpper();
-        QStringList want;
-        for (auto it = expected.constBegin(); it != expected.constEnd(); ++it) {
-            if (it.value().contains(keyword, Qt::CaseInsensitive))
-                want << it.key();
-        }
         QStringList got = store()->idsWithKeyword(keyword);
-        want.sort();
         got.sort();
-        QCOMPARE(got, want);
+        QCOMPARE(got, idsContaining(expected, keyword));
     }
     QCOMPARE(store()->count(), int(expected.size()));
     RawDb raw(dbPath());
