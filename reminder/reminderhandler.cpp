@@ -352,6 +352,9 @@ void ReminderHandler::setAttachmentModify(bool modify)
 
 void ReminderHandler::runOnStorage(std::function<void()>&& task)
 {
+    // Behind whatever a running timer pass has gathered (a host that
+    // answers a send at once may delete a reminder the pass has written).
+    flushPassWrites();
     ThreadManager::getInstance()->invoke(std::move(task), onMainThread());
 }
 

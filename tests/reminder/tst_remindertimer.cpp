@@ -2,6 +2,7 @@
 // answers to a fired reminder, on a real database with the real storage
 // worker and a fixed clock. The QTimer itself is never waited for: a test
 // calls the timeout handler where the timer would have fired.
+#include "accountcommand.h"
 #include "handlerfixture.h"
 #include "modelbaseutil.h"
 
@@ -142,6 +143,7 @@ private slots:
     void remindersDueTogetherAreNotifiedInOneCall();
     void passOverManyRemindersWritesEachAheadOfLaterTasks_data();
     void passOverManyRemindersWritesEachAheadOfLaterTasks();
+    void reminderDeletedOnTheServerDuringThePassStaysDeleted();
     void oneOffReminderIsNotifiedOnlyOnce_data();
     void oneOffReminderIsNotifiedOnlyOnce();
     void firingWaitsForQueuedWritesBeforeReArming_data();
@@ -984,6 +986,35 @@ void TestReminderTimer::passOverManyRemindersWritesEachAheadOfLaterTasks()
             QCOMPARE(stored, expected);
         }
     }
+    f.probe->timer().stop();
+}
+
+void TestReminderTimer::reminderDeletedOnTheServerDuringThePassStaysDeleted()
+{
+    HandlerFixture f;
+    const qint64 due = at(2031, 6, 2, 12, 30);
+    for (int i = 1; i <= 40; ++i)
+        f.storeItem(HandlerFixture::makeItem(QStringLiteral("7_%1").arg(i), due));
+    f.handler->loadLocalData(false);
+    finishListing(f);
+    // A host that answers a send at once: the server no longer has 7_3.
+    ReminderHandler* handler = f.handler;
+    QObject::connect(
+        f.account->command(), &AccountCommand::reminderUpdateRequested, handler,
+        [handler](const QString& id, const QByteArray&) {
+            if (id == QLatin1String("7_3"))
+                handler->syncFinished(id, QByteArray(), 1);
+        },
+        Qt::DirectConnection);
+
+    fireAt(f, due);
+    f.settle();
+    // Its deletion came after the pass had written it, and stays.
+    bool found = true;
+    f.store()->info(QStringLiteral("7_3"), &found);
+    QVERIFY(!found);
+    QVERIFY(!listed(f, "7_3"));
+    QCOMPARE(f.store()->count(), 39);
     f.probe->timer().stop();
 }
 
