@@ -41,8 +41,10 @@
 #include <QPointer>
 #include <QThread>
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -59,6 +61,12 @@ constexpr int kReminderScene = 8;
 // The highest stored remind sequence that loading takes: new ids count on
 // from it one by one, and half of the range is more than a device makes.
 constexpr int kLastTakenRemindSequence = std::numeric_limits<int>::max() / 2;
+// How many of a timer pass's writes go to the storage worker in one task:
+// enough that the task and the connection's lock cost little per write,
+// few enough that the worker works on them while the pass goes on. The
+// first chunks are smaller, so that the worker starts almost at once.
+constexpr size_t kFirstPassWriteChunk = 16;
+constexpr size_t kPassWriteChunk = 128;
 
 bool onMainThread()
 {
@@ -66,6 +74,12 @@ bool onMainThread()
 }
 
 } // namespace
+
+struct ReminderHandler::PassWrites
+{
+    std::vector<storage::ReminderWrite> writes;
+    size_t chunk = kFirstPassWriteChunk;
+};
 
 // ------------------------------------------------------------- lifecycle
 
@@ -76,7 +90,8 @@ ReminderHandler::ReminderHandler(AccountBase* account)
       m_searchModel(new ReminderModel(account)),
       m_account(account),
       m_pattern(new ReminderPattern(this)),
-      m_remindTimer(this)
+      m_remindTimer(this),
+      m_storageReturns(new QObject(this))
 {
     QJSEngine::setObjectOwnership(this, QJSEngine::CppOwnership);
     connect(&m_remindTimer, &QTimer::timeout, this, &ReminderHandler::onTimeOut);
@@ -337,6 +352,9 @@ void ReminderHandler::setAttachmentModify(bool modify)
 
 void ReminderHandler::runOnStorage(std::function<void()>&& task)
 {
+    // Behind whatever a running timer pass has gathered (a host that
+    // answers a send at once may delete a reminder the pass has written).
+    flushPassWrites();
     ThreadManager::getInstance()->invoke(std::move(task), onMainThread());
 }
 
@@ -357,21 +375,68 @@ void ReminderHandler::saveToDb(ReminderItemPtr item, UpdateKeyType type, std::fu
         m_skippedRecords.remove(id);
     const qint64 remindTime = item->remindTime();
     storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    if (m_passWrites && !done) {
+        // A timer pass writes thousands of records at once: they go to the
+        // worker a chunk per task (in the same order), while the pass goes
+        // on with the next reminders.
+        if (type == UpdateAll && write) {
+            // The pass has just read the record.
+            m_passWrites->writes.push_back({storage::ReminderWrite::SaveStored, std::move(info)});
+        } else if (type == UpdateRemindTime) {
+            storage::ReminderWrite update;
+            update.kind = storage::ReminderWrite::RemindTime;
+            update.info.id = id;
+            update.info.remindTime = remindTime;
+            m_passWrites->writes.push_back(std::move(update));
+        }
+        if (m_passWrites->writes.size() >= m_passWrites->chunk)
+            flushPassWrites();
+        return;
+    }
+    // Whatever a pass has gathered goes first, so that writes keep their
+    // order.
+    flushPassWrites();
     QPointer<ReminderHandler> self(this);
     // A write that shares its commit with the writes queued around it; its
     // completion is held until that commit (the handler waits for the
     // worker before it goes, so it is still there to receive it).
     ThreadManager::getInstance()->invokeWrite(
-        [self, handler = this, store, type, write, info, id, remindTime, item, done] {
+        [self, handler = this, store, type, write, info = std::move(info), id, remindTime, item = std::move(item),
+         done = std::move(done)]() mutable {
             if (type == UpdateAll && write)
                 store->save(info);
             else if (type == UpdateRemindTime)
                 store->updateRemindTime(id, remindTime);
+            // What the task holds was made on the handler's thread and goes
+            // back there with the completion, to be freed there (see
+            // flushPassWrites).
             if (done)
-                ThreadManager::getInstance()->reportTo(handler, [self, done] {
-                    if (self)
-                        done();
-                });
+                ThreadManager::getInstance()->reportTo(
+                    handler, [self, info = std::move(info), item = std::move(item), done = std::move(done)] {
+                        if (self)
+                            done();
+                    });
+        },
+        onMainThread());
+}
+
+void ReminderHandler::flushPassWrites()
+{
+    if (!m_passWrites || m_passWrites->writes.empty())
+        return;
+    storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+    std::vector<storage::ReminderWrite> chunk;
+    chunk.swap(m_passWrites->writes);
+    m_passWrites->chunk = std::min(m_passWrites->chunk * 2, kPassWriteChunk);
+    m_passWrites->writes.reserve(m_passWrites->chunk);
+    auto written = std::make_shared<std::vector<storage::ReminderWrite>>(std::move(chunk));
+    ThreadManager::getInstance()->invokeWrite(
+        [returns = m_storageReturns, store, written]() mutable {
+            store->writeEach(*written);
+            // The records were made on the handler's thread and go back there
+            // to be freed: freed here, each would take the allocator's lock
+            // of that thread while the pass is still making the next ones.
+            ThreadManager::getInstance()->reportTo(returns, [written = std::move(written)] {});
         },
         onMainThread());
 }
@@ -462,8 +527,15 @@ void ReminderHandler::onTimeOut()
     QSet<QString> handled;
     if (m_nearestTimestamp > 0) {
         storage::ReminderStorage* store = m_account->storage()->reminderStorage();
+        // Who the notifications are for: the same for every record of the
+        // pass.
+        const QSharedPointer<ContactBase> own = m_account->ownUser();
+        const QString accountNick = own ? own->nick() : QString();
+        PassWrites passWrites;
         do {
-            const QList<storage::ReminderInfo> due = store->infosWithTimestamp(m_nearestTimestamp);
+            // The pass needs the due records' ids and flags, not their data:
+            // the reminders themselves are in the list.
+            const QList<storage::DueRecord> due = store->dueAt(m_nearestTimestamp);
             QVariantList notifications;
             qint64 oldTime = 0;
             qint64 newTime = 0;
@@ -472,7 +544,9 @@ void ReminderHandler::onTimeOut()
             notifications.reserve(due.size());
             handled.reserve(due.size());
             m_pendingSync.reserve(m_pendingSync.size() + due.size());
-            for (const storage::ReminderInfo& info : due) {
+            passWrites.writes.reserve(passWrites.chunk);
+            m_passWrites = &passWrites;
+            for (const storage::DueRecord& info : due) {
                 if (info.reminded)
                     continue;
                 ReminderItemPtr item = m_reminderModel->itemById(info.id);
@@ -496,13 +570,13 @@ void ReminderHandler::onTimeOut()
                     item->setReminded(true);
                     saveToDb(item, UpdateAll);
                 } else if (item->interval() < 1 && item->snooze() < 1) {
-                    makeNotifyMsgs(item, notifications);
+                    makeNotifyMsgs(item, notifications, accountNick);
                     item->setReminded(true);
                     unreadStep = true;
                 } else {
                     oldTime = item->remindTime();
                     if (item->stepSnooze()) {
-                        makeNotifyMsgs(item, notifications);
+                        makeNotifyMsgs(item, notifications, accountNick);
                         newTime = item->remindTime();
                         unreadStep = true;
                     } else {
@@ -521,6 +595,10 @@ void ReminderHandler::onTimeOut()
                     syncToServer(item, false, UpdateAll);
                 }
             }
+            // The last chunk goes before the notifications, as every write
+            // of the pass did.
+            flushPassWrites();
+            m_passWrites = nullptr;
             if (!notifications.isEmpty())
                 AccountManager::getInstance()->notifyNewMessage(notifications);
 
@@ -603,18 +681,23 @@ void ReminderHandler::skipRecord(const QString& remindId, const char* why)
 
 void ReminderHandler::makeNotifyMsgs(const ReminderItemPtr& item, QVariantList& list)
 {
+    const QSharedPointer<ContactBase> own = m_account->ownUser();
+    makeNotifyMsgs(item, list, own ? own->nick() : QString());
+}
+
+void ReminderHandler::makeNotifyMsgs(const ReminderItemPtr& item, QVariantList& list, const QString& accountNick)
+{
     if (!item)
         return;
     item->resolveQuoteSender(m_account);
-    const QSharedPointer<ContactBase> own = m_account->ownUser();
     QVariantMap record;
     record.insert(QStringLiteral("accountId"), m_account->accountId());
-    record.insert(QStringLiteral("accountNick"), own ? own->nick() : QString());
+    record.insert(QStringLiteral("accountNick"), accountNick);
     record.insert(QStringLiteral("msgType"), kReminderMessageType);
     record.insert(QStringLiteral("dateTime"), item->remindTime());
     record.insert(QStringLiteral("mute"), false);
     record.insert(QStringLiteral("msgData"), QVariant::fromValue(item));
-    list.append(QVariant(record));
+    list.append(QVariant(std::move(record)));
     // A snoozed reminder's notification stays standing until the user acts.
     if (item->snooze() > 0 && !m_notifiedIds.contains(item->remindId()))
         m_notifiedIds.insert(item->remindId());

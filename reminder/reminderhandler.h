@@ -24,6 +24,7 @@
 #include <mutex>
 
 namespace im { namespace content { class Reminder; } }
+namespace storage { struct ReminderWrite; }
 class AccountBase;
 class ContentItem;
 struct LoadedReminders;
@@ -161,6 +162,7 @@ private:
 
     // Local persistence.
     void saveToDb(ReminderItemPtr item, UpdateKeyType type, std::function<void()> done = {});
+    void flushPassWrites();
     void runOnStorage(std::function<void()>&& task);
 
     // The remind timer and notifications.
@@ -173,6 +175,7 @@ private:
     void checkeNextRemindTime(const ReminderItemPtr& item, bool fromShow);
     void completedReminder(const ReminderItemPtr& item, bool completed);
     void makeNotifyMsgs(const ReminderItemPtr& item, QVariantList& list);
+    void makeNotifyMsgs(const ReminderItemPtr& item, QVariantList& list, const QString& accountNick);
     void removeNotify(const QString& remindId);
     void setUncompleteOverdueCount(int count);
     void recountOverdue();
@@ -242,6 +245,13 @@ private:
     // They stay in storage as they are; an id leaves the set when a
     // reminder of that id is saved. Handler's thread only.
     QSet<QString> m_skippedRecords;
+    // During a timer pass: its writes without a completion, handed to the
+    // storage worker a chunk at a time (flushPassWrites). Null otherwise.
+    struct PassWrites;
+    PassWrites* m_passWrites = nullptr;
+    // A child on the handler's thread that the storage worker hands written
+    // records back to, to be freed there; the handler itself is not called.
+    QObject* m_storageReturns = nullptr;
     // Bumped by clearData: a load that began before takes nothing in.
     QAtomicInt m_clearGeneration;
     // Loads running on any thread; the destructor waits for them.

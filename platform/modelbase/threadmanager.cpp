@@ -61,6 +61,8 @@ ThreadManager::ThreadManager()
 
 ThreadManager::~ThreadManager()
 {
+    // The last tasks run, the upkeep is left for the next start.
+    m_stopping.store(true, std::memory_order_relaxed);
     QThread* thread = m_thread;
     if (QCoreApplication::instance()) {
         // Quit behind the queued tasks, so that they still run: they may be
@@ -145,6 +147,16 @@ void ThreadManager::drain()
             }
             if (m_queue.empty()) {
                 if (!m_groupOpen) {
+                    // Nothing waits: the storage's upkeep, a short step at a
+                    // time, looking for new tasks between the steps (they
+                    // post no drain while this one runs).
+                    if (!m_stopping.load(std::memory_order_relaxed)) {
+                        lock.unlock();
+                        const bool more = storage::WriteBatch::idleStep();
+                        lock.lock();
+                        if (more || !m_queue.empty())
+                            continue;
+                    }
                     // A task handed in from now on posts a new drain.
                     m_draining = false;
                     return;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QObject>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <deque>
@@ -22,6 +23,8 @@ class QThread;
 // a deletion that reports back, a "done" marker, waitForIdle() -- always
 // finds every write handed in before it committed. A write task reports its
 // outcome only through reportTo(), which holds the report until the commit.
+// With nothing queued and no group open, the worker does the storage's
+// upkeep (storage::WriteBatch::idleStep) a short step at a time.
 class ThreadManager
 {
 public:
@@ -92,6 +95,9 @@ private:
     bool m_draining = false;       // a drain is posted or running; m_mutex
     quint64 m_tasks = 0;           // m_mutex
     quint64 m_mainThreadTasks = 0; // m_mutex
+
+    // Set when the worker is to end: no more upkeep while idle.
+    std::atomic<bool> m_stopping{false};
 
     // The worker's own.
     bool m_groupOpen = false;

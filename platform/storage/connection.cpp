@@ -63,11 +63,15 @@ SqliteSchema accountSchema(Connection* connection, void (*deferFunction)(sqlite3
     };
     // A file of an earlier version: the old index goes, the schema is made,
     // the search side is filled (in the schema's transaction).
+    // Version 4 differs only in the index's settings.
     schema.upgrade = [](sqlite3* db, int fromVersion, QString* reason) {
         if (fromVersion >= sql::kSchemaVersion)
             return true;
-        return execAll(db, sql::kUpgradeDrop, reason) && execAll(db, sql::kCreateSchema, reason)
-            && execAll(db, sql::kUpgradeFill, reason);
+        if (fromVersion < 4
+            && !(execAll(db, sql::kUpgradeDrop, reason) && execAll(db, sql::kCreateSchema, reason)
+                 && execAll(db, sql::kUpgradeFill, reason)))
+            return false;
+        return execAll(db, sql::kFtsMergeSettings, reason);
     };
     return schema;
 }
@@ -77,9 +81,11 @@ SqliteSchema accountSchema(Connection* connection, void (*deferFunction)(sqlite3
 Connection::Connection(const QString& path, Opening opening)
     : m_path(path)
 {
-    WriteBatch::add(this);
     if (opening == Opening::Now)
         ensureOpen();
+    // Known to the storage worker (its commits, its idle merging) only once
+    // opened: the worker may look at any registered connection at any time.
+    WriteBatch::add(this);
 }
 
 bool Connection::ensureOpen()
@@ -216,6 +222,20 @@ bool Connection::commitGroup()
     ImLog::instance()->error(
         QStringLiteral("storage: a group of writes to %1 could not be committed; its writes are lost").arg(m_path));
     return false;
+}
+
+bool Connection::mergeIndexStep()
+{
+    SyncLocker lock(&m_mutex);
+    // Not opened just for this, and never inside a group: the step is a
+    // transaction of its own.
+    if (!isOpen() || m_groupOpen)
+        return false;
+    sqlite3* db = handle();
+    const sqlite3_int64 before = sqlite3_total_changes64(db);
+    if (!m_file->exec(sql::kFtsIdleMerge))
+        return false;
+    return sqlite3_total_changes64(db) - before >= 2;
 }
 
 void Connection::deferFunction(sqlite3_context* ctx, int argc, sqlite3_value** argv)

@@ -94,6 +94,10 @@ public:
     // a lookup in the index finds the group's rows; call with the lock held
     // before reading the index. Nothing to do outside a group.
     bool indexDeferred();
+    // One step of merging the search index's segments (storagesql.h,
+    // kFtsIdleMerge), for a worker that has nothing else to do; takes the
+    // lock. Whether it merged something (there may be more to merge).
+    bool mergeIndexStep();
 
 private:
     struct DeferredIndexWork

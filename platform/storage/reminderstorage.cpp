@@ -130,21 +130,46 @@ QList<ReminderInfo> ReminderStorage::allInfos()
     return infos;
 }
 
-// Binds and runs the upsert; the caller holds the lock.
-static bool saveLocked(Connection* connection, const ReminderInfo& info)
+// Binds and runs one of the upserts; the caller holds the lock.
+static bool runSave(Connection* connection, const char* sql, const ReminderInfo& info, const QByteArray& id,
+                    const QByteArray& text)
 {
-    StatementScope stmt(connection->statement(sql::kSave));
+    StatementScope stmt(connection->statement(sql));
     if (!stmt)
         return false;
     sqlite3_stmt* s = stmt.get();
-    if (!bindText(s, 1, info.id) || !bindText(s, 2, searchableForm(info.text)) || !bindBlob(s, 3, info.data)
-        || !bindInt64(s, 4, info.remindTime) || !bindInt64(s, 5, info.orderTime)
+    if (sqlite3_bind_text64(s, 1, id.constData(), sqlite3_uint64(id.size()), SQLITE_STATIC, SQLITE_UTF8) != SQLITE_OK
+        || sqlite3_bind_text64(s, 2, text.constData(), sqlite3_uint64(text.size()), SQLITE_STATIC, SQLITE_UTF8)
+            != SQLITE_OK
+        || !bindBlob(s, 3, info.data) || !bindInt64(s, 4, info.remindTime) || !bindInt64(s, 5, info.orderTime)
         || !bindInt64(s, 6, info.reminded ? 1 : 0) || !bindInt64(s, 7, info.completed ? 1 : 0)
         || !bindInt64(s, 8, info.unread ? 1 : 0) || !bindBlob(s, 9, info.extra)) {
         connection->logError("save (bind)");
         return false;
     }
     return stepDone(connection, s, "save");
+}
+
+// Writes the record; the caller holds the lock. stored: the record is
+// most likely stored already.
+static bool saveLocked(Connection* connection, const ReminderInfo& info, bool stored = false)
+{
+    const QByteArray id = info.id.toUtf8();
+    const QByteArray text = searchableForm(info.text).toUtf8();
+    if (stored) {
+        for (const char* update : {sql::kUpdateKeepingTextOrderAndTime, sql::kUpdateKeepingTextAndOrder}) {
+            if (!runSave(connection, update, info, id, text))
+                return false;
+            if (sqlite3_changes(connection->handle()) > 0)
+                return true;
+        }
+    }
+    if (!runSave(connection, sql::kSaveKeepingTextAndOrder, info, id, text))
+        return false;
+    // Inserted, or updated with its text and order time as they were.
+    if (sqlite3_changes(connection->handle()) > 0)
+        return true;
+    return runSave(connection, sql::kSave, info, id, text);
 }
 
 bool ReminderStorage::save(const ReminderInfo& info)
@@ -157,6 +182,38 @@ bool ReminderStorage::save(const ReminderInfo& info)
     if (!write.begin())
         return false;
     return write.finish(saveLocked(m_connection, info));
+}
+
+// Binds and runs the remind time update; the caller holds the lock.
+static bool updateRemindTimeLocked(Connection* connection, const QString& remindId, qint64 remindTime)
+{
+    StatementScope stmt(connection->statement(sql::kUpdateRemindTime));
+    if (!stmt)
+        return false;
+    if (!bindText(stmt.get(), 1, remindId) || !bindInt64(stmt.get(), 2, remindTime)) {
+        connection->logError("updateRemindTime (bind)");
+        return false;
+    }
+    return stepDone(connection, stmt.get(), "updateRemindTime");
+}
+
+int ReminderStorage::writeEach(const std::vector<ReminderWrite>& writes)
+{
+    WriteBatch::enter(m_connection);
+    SyncLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "writeEach"))
+        return 0;
+    int held = 0;
+    for (const ReminderWrite& w : writes) {
+        Transaction write(m_connection, false);
+        if (!write.begin())
+            continue;
+        const bool ok = w.kind == ReminderWrite::RemindTime
+            ? updateRemindTimeLocked(m_connection, w.info.id, w.info.remindTime)
+            : saveLocked(m_connection, w.info, w.kind == ReminderWrite::SaveStored);
+        held += write.finish(ok) ? 1 : 0;
+    }
+    return held;
 }
 
 bool ReminderStorage::saveAll(const QList<ReminderInfo>& infos)
@@ -257,14 +314,7 @@ bool ReminderStorage::updateRemindTime(const QString& remindId, qint64 remindTim
     Transaction write(m_connection, false);
     if (!write.begin())
         return false;
-    StatementScope stmt(m_connection->statement(sql::kUpdateRemindTime));
-    if (!stmt)
-        return false;
-    if (!bindText(stmt.get(), 1, remindId) || !bindInt64(stmt.get(), 2, remindTime)) {
-        m_connection->logError("updateRemindTime (bind)");
-        return false;
-    }
-    return write.finish(stepDone(m_connection, stmt.get(), "updateRemindTime"));
+    return write.finish(updateRemindTimeLocked(m_connection, remindId, remindTime));
 }
 
 qint64 ReminderStorage::nearestTimestamp()
@@ -317,6 +367,30 @@ QList<ReminderInfo> ReminderStorage::infosWithTimestamp(qint64 timestamp)
         return {};
     }
     return readInfos(m_connection, stmt.get(), "infosWithTimestamp");
+}
+
+QList<DueRecord> ReminderStorage::dueAt(qint64 timestamp)
+{
+    SyncLocker lock(&m_connection->mutex());
+    if (!detail::ready(m_connection, "dueAt"))
+        return {};
+    StatementScope stmt(m_connection->statement(sql::kDueAt));
+    if (!stmt)
+        return {};
+    if (!bindInt64(stmt.get(), 1, timestamp)) {
+        m_connection->logError("dueAt (bind)");
+        return {};
+    }
+    QList<DueRecord> due;
+    int rc;
+    while ((rc = sqlite3_step(stmt.get())) == SQLITE_ROW)
+        due.append({columnText(stmt.get(), 0), sqlite3_column_int64(stmt.get(), 1),
+                    sqlite3_column_int64(stmt.get(), 2) != 0});
+    if (rc != SQLITE_DONE) {
+        m_connection->logError("dueAt");
+        return {};
+    }
+    return due;
 }
 
 namespace {

@@ -7,11 +7,38 @@
 #include <QSet>
 #include <QString>
 
+#include <vector>
+
 struct sqlite3_stmt;
 
 namespace storage {
 
 class Connection;
+
+// One write of a batch (ReminderStorage::writeEach): the whole record, as
+// save() writes it, or only its remind time, as updateRemindTime() does
+// (from info.id and info.remindTime).
+struct ReminderWrite
+{
+    enum Kind {
+        Save,
+        // The same for a record the caller knows to be stored (one it has
+        // just read): tried as an update first, which costs less than an
+        // insert that finds the record; stored all the same if it is not.
+        SaveStored,
+        RemindTime,
+    };
+    Kind kind = Save;
+    ReminderInfo info;
+};
+
+// What the remind timer needs of a record due at an instant.
+struct DueRecord
+{
+    QString id;
+    qint64 remindTime = 0;
+    bool reminded = false;
+};
 
 // The account's reminder table. Every operation is safe to call from any
 // thread; each returns false (or an empty result) when the database is
@@ -28,6 +55,12 @@ public:
     bool save(const ReminderInfo& info);
     // Saves many records in one transaction.
     bool saveAll(const QList<ReminderInfo>& infos);
+    // Runs the writes in their order, each on its own exactly as save() or
+    // updateRemindTime() would run it (one that fails takes no other
+    // back), under one hold of the connection: a burst of small writes
+    // from one caller pays for the lock and the statement lookups once.
+    // Returns how many of them held.
+    int writeEach(const std::vector<ReminderWrite>& writes);
     // Removes the records, in one transaction, and remembers their ids
     // (also of ids that were not stored) for removedIds().
     bool remove(const QString& remindId);
@@ -45,6 +78,9 @@ public:
     qint64 nearestTimestamp(const QSet<QString>& skippedIds);
     // Every record whose remind time is exactly `timestamp`, pending or not.
     QList<ReminderInfo> infosWithTimestamp(qint64 timestamp);
+    // The same records in the same order, without their data: id, remind
+    // time and reminded flag.
+    QList<DueRecord> dueAt(qint64 timestamp);
     // Records whose searchable text contains `keyword` (case-insensitive,
     // every character literal), in descending order time; `limit` 0 means
     // no limit. An empty keyword matches every record. A NUL character, in

@@ -6,8 +6,9 @@
 
 namespace storage::sql {
 
-// Bumped whenever the schema below changes shape.
-constexpr int kSchemaVersion = 4;
+// Bumped whenever the schema below changes shape (or, as from 4 to 5, the
+// search index's settings).
+constexpr int kSchemaVersion = 5;
 
 // Name of the SQL function registered on every connection:
 // storage_fold(text) is the text as the search compares it: each NUL
@@ -109,6 +110,21 @@ constexpr const char kUpgradeDrop[] =
     "DROP TRIGGER IF EXISTS reminder_search_order;"
     "DROP TABLE IF EXISTS reminder_fts;"
     "DROP TABLE IF EXISTS reminder_search;";
+// How the search index keeps its segments (FTS5 writes one per committed
+// group of writes): none are merged while writes come in (FTS5's automerge
+// does merge work at every commit, and a listing of 100,000 reminders spent
+// more time merging than indexing); the storage worker merges them once it
+// has nothing else to do (kFtsIdleMerge). Should it not get round to it,
+// a level with 64 segments is merged at once by the write that fills it.
+// Kept in the index's own settings table, so from version 5 on.
+constexpr const char kFtsMergeSettings[] =
+    "INSERT INTO reminder_fts(reminder_fts, rank) VALUES ('automerge', 0);"
+    "INSERT INTO reminder_fts(reminder_fts, rank) VALUES ('crisismerge', 64);";
+// One step of that merging: about 64 pages written, only on a level that
+// holds 4 or more segments (FTS5's usermerge, as automerge would have
+// merged them). sqlite3_total_changes() grows by 2 or more when it merged
+// something.
+constexpr const char kFtsIdleMerge[] = "INSERT INTO reminder_fts(reminder_fts, rank) VALUES ('merge', 64)";
 constexpr const char kUpgradeFill[] =
     "INSERT INTO reminder_search(rowid, id, order_time, folded)"
     " SELECT rowid, id, order_time, storage_fold(text) FROM reminder;";
@@ -142,6 +158,32 @@ constexpr const char kSave[] =
     " order_time = excluded.order_time, reminded = excluded.reminded,"
     " completed = excluded.completed, unread = excluded.unread, extra = excluded.extra";
 
+// The same for a record whose text and order time stay as they are, the
+// usual case (a time, a flag or the data changed): only the columns that
+// can have changed are set, so that neither the order index nor the search
+// side's triggers are looked at. A record whose text or order time differs
+// is left alone (no change counted) and written with kSave.
+constexpr const char kSaveKeepingTextAndOrder[] =
+    "INSERT INTO reminder(" STORAGE_REMINDER_COLUMNS ")"
+    " VALUES (?1, ?2, ?3, ?4, ?5, ?6, ?7, ?8, ?9)"
+    " ON CONFLICT(id) DO UPDATE SET"
+    " data = excluded.data, remind_time = excluded.remind_time, reminded = excluded.reminded,"
+    " completed = excluded.completed, unread = excluded.unread, extra = excluded.extra"
+    " WHERE text = excluded.text AND order_time = excluded.order_time";
+
+// The same as a plain update of a stored record; no change counted when the
+// record is not stored or its text or order time differs.
+constexpr const char kUpdateKeepingTextAndOrder[] =
+    "UPDATE reminder SET data = ?3, remind_time = ?4, reminded = ?6, completed = ?7, unread = ?8, extra = ?9"
+    " WHERE id = ?1 AND text = ?2 AND order_time = ?5";
+
+// The same for a record whose remind time stays as well (a reminder that
+// fires once keeps its time): the two indexes of the remind time are not
+// looked at, except for the pending one when a flag changes.
+constexpr const char kUpdateKeepingTextOrderAndTime[] =
+    "UPDATE reminder SET data = ?3, reminded = ?6, completed = ?7, unread = ?8, extra = ?9"
+    " WHERE id = ?1 AND text = ?2 AND remind_time = ?4 AND order_time = ?5";
+
 constexpr const char kRemove[] = "DELETE FROM reminder WHERE id = ?1";
 
 constexpr const char kRememberRemoved[] = "INSERT OR IGNORE INTO reminder_removed(id) VALUES (?1)";
@@ -167,6 +209,10 @@ constexpr const char kPendingByRemindTime[] =
 
 constexpr const char kInfosWithTimestamp[] =
     "SELECT " STORAGE_REMINDER_COLUMNS " FROM reminder WHERE remind_time = ?1"
+    " ORDER BY order_time DESC, id";
+
+constexpr const char kDueAt[] =
+    "SELECT id, remind_time, reminded FROM reminder WHERE remind_time = ?1"
     " ORDER BY order_time DESC, id";
 
 // The keyword queries, each for whole records and for ids alone (a search

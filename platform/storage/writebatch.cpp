@@ -57,6 +57,17 @@ bool WriteBatch::isActive()
     return t_grouping;
 }
 
+bool WriteBatch::idleStep()
+{
+    if (t_grouping)
+        return false;
+    std::lock_guard<std::mutex> lock(registryMutex());
+    bool merged = false;
+    for (Connection* connection : registry())
+        merged = connection->mergeIndexStep() || merged;
+    return merged;
+}
+
 void WriteBatch::enter(Connection* connection)
 {
     if (!t_grouping)

@@ -27,6 +27,12 @@ public:
     // Whether this thread groups its writes.
     static bool isActive();
 
+    // Upkeep for a worker with nothing else to do: one step of merging the
+    // search index of each open connection (Connection::mergeIndexStep),
+    // each step a short transaction of its own. True when a step merged
+    // something: call again while idle.
+    static bool idleStep();
+
     // Call before taking a connection's lock for a write. On the grouping
     // thread, a group open on another connection is committed first: two
     // connections of one file would otherwise wait for each other's write

@@ -2,9 +2,11 @@
 // answers to a fired reminder, on a real database with the real storage
 // worker and a fixed clock. The QTimer itself is never waited for: a test
 // calls the timeout handler where the timer would have fired.
+#include "accountcommand.h"
 #include "handlerfixture.h"
 #include "modelbaseutil.h"
 
+#include <QHash>
 #include <QSemaphore>
 
 #include <algorithm>
@@ -139,6 +141,9 @@ private slots:
 
     // firing
     void remindersDueTogetherAreNotifiedInOneCall();
+    void passOverManyRemindersWritesEachAheadOfLaterTasks_data();
+    void passOverManyRemindersWritesEachAheadOfLaterTasks();
+    void reminderDeletedOnTheServerDuringThePassStaysDeleted();
     void oneOffReminderIsNotifiedOnlyOnce_data();
     void oneOffReminderIsNotifiedOnlyOnce();
     void firingWaitsForQueuedWritesBeforeReArming_data();
@@ -906,6 +911,110 @@ void TestReminderTimer::snoozingReminderStopsNotifyingAfterFivePeriods()
     QCOMPARE(f.storedItem(QStringLiteral("7_1"))->text(), QStringLiteral("call Bob"));
     QCOMPARE(f.sent->count(), 1);
     QCOMPARE(f.withdrawn->count(), 0);
+    f.probe->timer().stop();
+}
+
+void TestReminderTimer::passOverManyRemindersWritesEachAheadOfLaterTasks_data()
+{
+    QTest::addColumn<int>("count");
+    QTest::newRow("a few") << 5;
+    QTest::newRow("several hundred, mixed") << 700;
+}
+
+void TestReminderTimer::passOverManyRemindersWritesEachAheadOfLaterTasks()
+{
+    QFETCH(int, count);
+    HandlerFixture f;
+    const qint64 due = at(2031, 6, 2, 12, 30);
+    // One-off, daily, snoozing and (in memory) completed reminders, due
+    // together, and a daily one that has already fired unseen.
+    for (int i = 0; i < count; ++i) {
+        const QString id = QStringLiteral("7_%1").arg(i + 1);
+        switch (i % 5) {
+        case 0:
+        case 1:
+            f.storeItem(HandlerFixture::makeItem(id, due, QStringLiteral("one-off %1").arg(i)));
+            break;
+        case 2:
+            f.storeItem(daily(id, due));
+            break;
+        case 3:
+            f.storeItem(snoozing(id, due, 10));
+            break;
+        default: {
+            ReminderItemPtr item = daily(id, due);
+            item->setUnread(true);
+            f.storeItem(item);
+            break;
+        }
+        }
+    }
+    f.handler->loadLocalData(false);
+    for (int i = 6; i < count; i += 50)
+        listed(f, QStringLiteral("7_%1").arg(i + 1))->setCompleted(true);
+
+    fireAt(f, due);
+    // A task handed to the worker after the pass finds every write of the
+    // pass done.
+    QHash<QString, storage::ReminderInfo> seenBehind;
+    storage::ReminderStorage* store = f.store();
+    ThreadManager::getInstance()->invoke(
+        [&seenBehind, store] {
+            for (const storage::ReminderInfo& info : store->allInfos())
+                seenBehind.insert(info.id, info);
+        },
+        true);
+    f.settle();
+    QCOMPARE(f.notified->count(), 1);
+    QCOMPARE(seenBehind.size(), count);
+    for (int i = 0; i < count; ++i) {
+        const QString id = QStringLiteral("7_%1").arg(i + 1);
+        const ReminderItemPtr item = listed(f, id);
+        QVERIFY(item);
+        storage::ReminderInfo expected;
+        QVERIFY(item->serialize(expected));
+        const storage::ReminderInfo stored = f.record(id);
+        QCOMPARE(seenBehind.value(id), stored);
+        QCOMPARE(stored.remindTime, item->remindTime());
+        QCOMPARE(stored.reminded, item->reminded());
+        QCOMPARE(stored.completed, item->completed());
+        if (i % 5 == 4) {
+            // Fired again unseen: only its time was written.
+            QCOMPARE(stored.unread, item->unread());
+            QVERIFY(stored.remindTime > due);
+        } else {
+            QCOMPARE(stored, expected);
+        }
+    }
+    f.probe->timer().stop();
+}
+
+void TestReminderTimer::reminderDeletedOnTheServerDuringThePassStaysDeleted()
+{
+    HandlerFixture f;
+    const qint64 due = at(2031, 6, 2, 12, 30);
+    for (int i = 1; i <= 40; ++i)
+        f.storeItem(HandlerFixture::makeItem(QStringLiteral("7_%1").arg(i), due));
+    f.handler->loadLocalData(false);
+    finishListing(f);
+    // A host that answers a send at once: the server no longer has 7_3.
+    ReminderHandler* handler = f.handler;
+    QObject::connect(
+        f.account->command(), &AccountCommand::reminderUpdateRequested, handler,
+        [handler](const QString& id, const QByteArray&) {
+            if (id == QLatin1String("7_3"))
+                handler->syncFinished(id, QByteArray(), 1);
+        },
+        Qt::DirectConnection);
+
+    fireAt(f, due);
+    f.settle();
+    // Its deletion came after the pass had written it, and stays.
+    bool found = true;
+    f.store()->info(QStringLiteral("7_3"), &found);
+    QVERIFY(!found);
+    QVERIFY(!listed(f, "7_3"));
+    QCOMPARE(f.store()->count(), 39);
     f.probe->timer().stop();
 }
 

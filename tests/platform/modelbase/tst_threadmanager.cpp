@@ -4,6 +4,8 @@
 #include "reminderstorage.h"
 #include "userstorageprovider.h"
 
+#include "../storage/storagetestutil.h"
+
 #include <QCoreApplication>
 #include <QMutex>
 #include <QProcess>
@@ -39,6 +41,7 @@ private slots:
     void writesShareACommitAndReportAfterIt();
     void taskFromInvokeFindsEarlierWritesCommitted();
     void reportOutsideAGroupIsPostedAtOnce();
+    void idleWorkerMergesTheSearchIndex();
 };
 
 namespace {
@@ -160,6 +163,35 @@ void TestThreadManager::reportOutsideAGroupIsPostedAtOnce()
     QVERIFY(tm->waitForIdle());
     QTRY_VERIFY(ran->load() != nullptr);
     QCOMPARE(ran->load(), QThread::currentThread());
+}
+
+void TestThreadManager::idleWorkerMergesTheSearchIndex()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    auto shared = std::make_unique<WriterAndReader>(dir.path(), 3);
+    ThreadManager* tm = ThreadManager::getInstance();
+    storage::ReminderStorage* store = shared->writer.reminderStorage();
+    // Twelve groups, each committed by the task behind it: twelve segments
+    // of the search index, none merged while they are written.
+    constexpr int kGroups = 12;
+    for (int g = 0; g < kGroups; ++g) {
+        for (int i = 0; i < 5; ++i)
+            tm->invokeWrite([store, n = g * 5 + i] { store->save(record(n)); }, false);
+        tm->invoke([] {}, false);
+    }
+    QVERIFY(tm->waitForIdle());
+    const QString path = storage::UserStorageProvider::databasePath(dir.path(), 3);
+    storagetest::RawDb raw(path);
+    QVERIFY2(raw.isOpen(), qPrintable(raw.lastError()));
+    auto segments = [&raw] {
+        return raw.rows(QStringLiteral("SELECT count(DISTINCT segid) FROM reminder_fts_idx")).value(0).toInt();
+    };
+    // With nothing else to do the worker merges them, four on a level at a
+    // time, as FTS5's own merging would have done at every commit.
+    QTRY_VERIFY_WITH_TIMEOUT(segments() < 4, 10000);
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+    QCOMPARE(store->idsWithKeyword(QStringLiteral("task 3")).size(), 11); // 3, 30-39
 }
 
 void TestThreadManager::singleton()

@@ -23,7 +23,20 @@ using storagetest::RawDb;
 
 namespace {
 constexpr qint64 kAccount = 42;
+
+// The ids whose text contains the keyword as Qt compares, case-insensitively
+// (what the search must find), sorted.
+QStringList idsContaining(const QMap<QString, QString>& texts, const QString& keyword)
+{
+    QStringList ids;
+    for (auto it = texts.constBegin(); it != texts.constEnd(); ++it) {
+        if (it.value().contains(keyword, Qt::CaseInsensitive))
+            ids << it.key();
+    }
+    ids.sort();
+    return ids;
 }
+} // namespace
 
 class TestReminderStorage : public QObject
 {
@@ -34,6 +47,8 @@ private slots:
     void cleanup();
 
     void saveThenReplace();
+    void saveKeepsTheSearchSideInStep_data();
+    void saveKeepsTheSearchSideInStep();
     void saveAllStoresEveryRecord();
     void saveAllIsAtomic();
     void removeOne();
@@ -51,6 +66,10 @@ private slots:
     void nearestTimestampStepsOverSkippedIds_data();
     void nearestTimestampStepsOverSkippedIds();
     void infosWithTimestamp();
+    void dueAtMatchesInfosWithTimestamp_data();
+    void dueAtMatchesInfosWithTimestamp();
+    void writeEachRunsEveryWriteOnItsOwn_data();
+    void writeEachRunsEveryWriteOnItsOwn();
     void keyword_data();
     void keyword();
     void keywordSyntaxIsLiteral_data();
@@ -72,6 +91,8 @@ private slots:
     void groupedWritesKeepTheSearchIndexExact_data();
     void groupedWritesKeepTheSearchIndexExact();
     void groupedWritesAreSeenAtOnceAndCommittedTogether();
+    void idleMergingKeepsTheSearchIndexExact_data();
+    void idleMergingKeepsTheSearchIndexExact();
     void writeFromAnotherThreadCommitsTheGroup();
 
 private:
@@ -131,6 +152,60 @@ void TestReminderStorage::saveThenReplace()
     QVERIFY2(raw.isOpen(), qPrintable(raw.lastError()));
     QCOMPARE(raw.ftsIds(QStringLiteral("oranges")), QStringList());
     QCOMPARE(raw.ftsIds(QStringLiteral("plumber")), QStringList { "r1" });
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+    QVERIFY(storagetest::storageLogLines().isEmpty());
+}
+
+void TestReminderStorage::saveKeepsTheSearchSideInStep_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<qint64>("orderTime");
+    QTest::addColumn<bool>("grouped");
+
+    for (bool grouped : {false, true}) {
+        const char* how = grouped ? " (in a group)" : "";
+        QTest::newRow(qPrintable(QStringLiteral("flags, time and data only%1").arg(how)))
+            << QStringLiteral("buy oranges at market") << qint64(10) << grouped;
+        QTest::newRow(qPrintable(QStringLiteral("new text%1").arg(how)))
+            << QStringLiteral("call the plumber") << qint64(10) << grouped;
+        QTest::newRow(qPrintable(QStringLiteral("new order time%1").arg(how)))
+            << QStringLiteral("buy oranges at market") << qint64(30) << grouped;
+        QTest::newRow(qPrintable(QStringLiteral("both%1").arg(how)))
+            << QStringLiteral("call the plumber") << qint64(30) << grouped;
+    }
+}
+
+void TestReminderStorage::saveKeepsTheSearchSideInStep()
+{
+    QFETCH(QString, text);
+    QFETCH(qint64, orderTime);
+    QFETCH(bool, grouped);
+    QVERIFY(store()->saveAll({ makeInfo(QStringLiteral("r1"), QStringLiteral("buy oranges at market"), 10, 1000),
+                               makeInfo(QStringLiteral("r2"), QStringLiteral("oranges and plumber"), 20, 1000) }));
+
+    ReminderInfo changed = makeInfo(QStringLiteral("r1"), text, orderTime, 2000, true, false);
+    changed.unread = true;
+    changed.data = QByteArrayLiteral("changed-data");
+    changed.extra = QByteArrayLiteral("{\"last_unread_time\":1000}");
+    if (grouped)
+        storage::WriteBatch::begin();
+    QVERIFY(store()->save(changed));
+    if (grouped)
+        QVERIFY(storage::WriteBatch::commit());
+
+    reopen();
+    QCOMPARE(store()->info(QStringLiteral("r1")), changed);
+    QCOMPARE(store()->count(), 2);
+    // The search finds the record by its new text only, in its new place.
+    const bool oranges = text.contains(QLatin1String("oranges"));
+    const QStringList both = orderTime > 20 ? QStringList { "r1", "r2" } : QStringList { "r2", "r1" };
+    QCOMPARE(store()->idsWithKeyword(QStringLiteral("oranges")), oranges ? both : QStringList { "r2" });
+    QCOMPARE(store()->idsWithKeyword(QStringLiteral("plumber")), oranges ? QStringList { "r2" } : both);
+    QCOMPARE(store()->idsWithKeyword(QStringLiteral("b")), both);
+    RawDb raw(dbPath());
+    QVERIFY2(raw.isOpen(), qPrintable(raw.lastError()));
+    QCOMPARE(raw.rows(QStringLiteral("SELECT order_time FROM reminder_search WHERE id = 'r1'")),
+             QStringList { QString::number(orderTime) });
     QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
     QVERIFY(storagetest::storageLogLines().isEmpty());
 }
@@ -437,6 +512,114 @@ void TestReminderStorage::infosWithTimestamp()
     const QList<ReminderInfo> exact = store()->infosWithTimestamp(1001);
     QCOMPARE(exact.size(), 1);
     QCOMPARE(exact.first(), makeInfo("later", "", 5, 1001));
+}
+
+void TestReminderStorage::dueAtMatchesInfosWithTimestamp_data()
+{
+    QTest::addColumn<qint64>("timestamp");
+    QTest::newRow("several, reminded and completed among them") << qint64(1000);
+    QTest::newRow("one") << qint64(999);
+    QTest::newRow("no remind time") << qint64(0);
+    QTest::newRow("none") << qint64(5);
+}
+
+void TestReminderStorage::dueAtMatchesInfosWithTimestamp()
+{
+    QFETCH(qint64, timestamp);
+    // Equal order times: the ids decide, as in the list.
+    QVERIFY(store()->saveAll({ makeInfo("pending", "", 1, 1000), makeInfo("reminded", "", 3, 1000, true),
+                               makeInfo("completed", "", 2, 1000, false, true), makeInfo("b", "", 2, 1000),
+                               makeInfo("earlier", "", 4, 999), makeInfo("later", "", 5, 1001),
+                               makeInfo("none", "", 6, 0) }));
+
+    const QList<ReminderInfo> infos = store()->infosWithTimestamp(timestamp);
+    const QList<storage::DueRecord> due = store()->dueAt(timestamp);
+    QCOMPARE(due.size(), infos.size());
+    for (qsizetype i = 0; i < due.size(); ++i) {
+        QCOMPARE(due.at(i).id, infos.at(i).id);
+        QCOMPARE(due.at(i).remindTime, infos.at(i).remindTime);
+        QCOMPARE(due.at(i).reminded, infos.at(i).reminded);
+    }
+}
+
+void TestReminderStorage::writeEachRunsEveryWriteOnItsOwn_data()
+{
+    QTest::addColumn<bool>("grouped");
+    QTest::newRow("on its own") << false;
+    QTest::newRow("in a group of writes") << true;
+}
+
+void TestReminderStorage::writeEachRunsEveryWriteOnItsOwn()
+{
+    QFETCH(bool, grouped);
+    QVERIFY(store()->saveAll({ makeInfo("a", "apples", 1, 1000), makeInfo("b", "bananas", 2, 1000) }));
+
+    using storage::ReminderWrite;
+    std::vector<ReminderWrite> writes;
+    ReminderInfo changed = makeInfo("a", "cherries", 7, 2000, true);
+    changed.unread = true;
+    changed.extra = QByteArrayLiteral("{\"last_unread_time\":1000}");
+    writes.push_back({ReminderWrite::SaveStored, changed});
+    writes.push_back({ReminderWrite::Save, makeInfo("c", "dates", 3, 3000)});
+    // Said to be stored but not: stored all the same.
+    writes.push_back({ReminderWrite::SaveStored, makeInfo("d", "elderberries", 4, 3000)});
+    // Stored, with its text and order time as they are.
+    ReminderInfo sameText = makeInfo("e", "figs", 5, 1000);
+    writes.push_back({ReminderWrite::SaveStored, sameText});
+    sameText.reminded = true;
+    sameText.data = QByteArrayLiteral("fired");
+    writes.push_back({ReminderWrite::SaveStored, sameText});
+    // ... and with a new remind time (a repeating reminder moving on).
+    ReminderInfo moved = makeInfo("f", "grapes", 6, 1000);
+    writes.push_back({ReminderWrite::SaveStored, moved});
+    moved.remindTime = 86401000;
+    moved.unread = true;
+    writes.push_back({ReminderWrite::SaveStored, moved});
+    ReminderWrite later;
+    later.kind = ReminderWrite::RemindTime;
+    later.info.id = QStringLiteral("b");
+    later.info.remindTime = 4000;
+    writes.push_back(later);
+    // An id that is not stored: nothing changes, as with updateRemindTime().
+    ReminderWrite unknown;
+    unknown.kind = ReminderWrite::RemindTime;
+    unknown.info.id = QStringLiteral("nobody");
+    unknown.info.remindTime = 5000;
+    writes.push_back(unknown);
+    // The same record twice: the later write wins.
+    ReminderWrite again;
+    again.kind = ReminderWrite::RemindTime;
+    again.info.id = QStringLiteral("c");
+    again.info.remindTime = 3500;
+    writes.push_back(again);
+
+    if (grouped)
+        storage::WriteBatch::begin();
+    QCOMPARE(store()->writeEach(writes), int(writes.size()));
+    if (grouped)
+        QVERIFY(storage::WriteBatch::commit());
+
+    reopen();
+    bool found = false;
+    QCOMPARE(store()->info(QStringLiteral("a"), &found), changed);
+    QVERIFY(found);
+    QCOMPARE(store()->info(QStringLiteral("b")).remindTime, qint64(4000));
+    QCOMPARE(store()->info(QStringLiteral("c")).remindTime, qint64(3500));
+    QCOMPARE(store()->info(QStringLiteral("d")), makeInfo("d", "elderberries", 4, 3000));
+    QCOMPARE(store()->info(QStringLiteral("e")), sameText);
+    QCOMPARE(store()->info(QStringLiteral("f")), moved);
+    QCOMPARE(store()->infosWithTimestamp(86401000).size(), 1);
+    QVERIFY(store()->infosWithTimestamp(1000).size() == 1 && store()->infosWithTimestamp(1000).first().id == "e");
+    QCOMPARE(store()->count(), 6);
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("elderberries"))), QStringList { "d" });
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("fig"))), QStringList { "e" });
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("cherries"))), QStringList { "a" });
+    QVERIFY(store()->infosWithKeyword(QStringLiteral("apples")).isEmpty());
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("dates"))), QStringList { "c" });
+    RawDb raw(dbPath());
+    QVERIFY2(raw.isOpen(), qPrintable(raw.lastError()));
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+    QVERIFY(storagetest::storageLogLines().isEmpty());
 }
 
 void TestReminderStorage::keyword_data()
@@ -825,6 +1008,10 @@ void TestReminderStorage::queryPlansUseIndexes()
     QVERIFY2(ok, qPrintable(raw.lastError()));
     QVERIFY2(usesIndex(byTime), qPrintable(byTime.join('\n')));
     QVERIFY2(byTime.join('\n').contains(QLatin1String("remind_time=?")), qPrintable(byTime.join('\n')));
+    const QStringList due = raw.queryPlan(storage::sql::kDueAt, &ok);
+    QVERIFY2(ok, qPrintable(raw.lastError()));
+    QVERIFY2(usesIndex(due), qPrintable(due.join('\n')));
+    QVERIFY2(due.join('\n').contains(QLatin1String("remind_time=?")), qPrintable(due.join('\n')));
 
     // The long-keyword queries are driven by the full-text index and read
     // the records (or the search side's small rows) by their rowid.
@@ -938,13 +1125,8 @@ void TestReminderStorage::groupedWritesKeepTheSearchIndexExact()
     auto check = [&](const char* when) {
         for (const char* word : words) {
             const QString keyword = QString::fromUtf8(word).toUpper();
-            QStringList want;
-            for (auto it = expected.constBegin(); it != expected.constEnd(); ++it) {
-                if (it.value().contains(keyword, Qt::CaseInsensitive))
-                    want << it.key();
-            }
+            const QStringList want = idsContaining(expected, keyword);
             QStringList got = store()->idsWithKeyword(keyword);
-            want.sort();
             got.sort();
             QVERIFY2(got == want, qPrintable(QStringLiteral("%1, keyword %2: %3 found, %4 expected")
                                                  .arg(QLatin1String(when), keyword)
@@ -1001,6 +1183,68 @@ void TestReminderStorage::groupedWritesKeepTheSearchIndexExact()
     }
     reopen();
     check("after reopening");
+}
+
+void TestReminderStorage::idleMergingKeepsTheSearchIndexExact_data()
+{
+    QTest::addColumn<int>("groups");
+    QTest::addColumn<bool>("writeBetweenSteps");
+    QTest::newRow("a few groups") << 6 << false;
+    QTest::newRow("many groups") << 40 << false;
+    QTest::newRow("many groups, writes between the steps") << 40 << true;
+}
+
+void TestReminderStorage::idleMergingKeepsTheSearchIndexExact()
+{
+    QFETCH(int, groups);
+    QFETCH(bool, writeBetweenSteps);
+    static const char* const words[] = { "Invoice", "dentist", "Zürich", "garden", "report", "买面包" };
+    QMap<QString, QString> expected; // id -> text
+    int made = 0;
+    // Each group of writes commits a segment of the search index; none is
+    // merged while the writes come in.
+    auto group = [&](int n) {
+        storage::WriteBatch::begin();
+        for (int i = 0; i < n; ++i) {
+            const int k = made++;
+            const QString id = QStringLiteral("r%1").arg(k % 150);
+            const QString text = QStringLiteral("%1 %2 %3")
+                                     .arg(QString::fromUtf8(words[k % 6]), QString::fromUtf8(words[(k / 6) % 6]))
+                                     .arg(k);
+            if (k % 11 == 10) {
+                QVERIFY(store()->remove(id));
+                expected.remove(id);
+            } else {
+                QVERIFY(store()->save(makeInfo(id, text, k, 0)));
+                expected.insert(id, text);
+            }
+        }
+        QVERIFY(storage::WriteBatch::commit());
+    };
+    for (int g = 0; g < groups; ++g)
+        group(9);
+
+    int steps = 0;
+    while (storage::WriteBatch::idleStep()) {
+        QVERIFY2(++steps < 10000, "the merging does not end");
+        if (writeBetweenSteps && steps % 2 == 1)
+            group(5);
+    }
+    // Four segments on a level are merged: as many groups leave work.
+    QVERIFY(steps > 0);
+    QVERIFY(!storage::WriteBatch::idleStep());
+
+    for (const char* word : words) {
+        const QString keyword = QString::fromUtf8(word).toUpper();
+        QStringList got = store()->idsWithKeyword(keyword);
+        got.sort();
+        QCOMPARE(got, idsContaining(expected, keyword));
+    }
+    QCOMPARE(store()->count(), int(expected.size()));
+    RawDb raw(dbPath());
+    QVERIFY2(raw.isOpen(), qPrintable(raw.lastError()));
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+    QVERIFY(storagetest::storageLogLines().isEmpty());
 }
 
 void TestReminderStorage::groupedWritesAreSeenAtOnceAndCommittedTogether()

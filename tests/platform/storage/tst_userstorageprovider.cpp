@@ -99,6 +99,7 @@ private slots:
     void databasePathLayout_data();
     void databasePathLayout();
     void createsDirectoriesAndSchema();
+    void databaseOfVersionFourGetsTheIndexSettings();
     void healthyDatabaseIsReopenedInPlace();
     void databaseOfTheFirstVersionGainsTheRemovedIds();
     void databaseOfVersionTwoGetsTheFoldedSearch();
@@ -172,6 +173,50 @@ void TestUserStorageProvider::createsDirectoriesAndSchema()
                                      "table reminder_removed", "table reminder_search",
                                      "trigger reminder_search_delete", "trigger reminder_search_insert",
                                      "trigger reminder_search_order", "trigger reminder_search_text" }));
+    // The search index merges its segments only when the worker is idle.
+    QCOMPARE(raw.rows(QStringLiteral("SELECT k || '=' || v FROM reminder_fts_config"
+                                     " WHERE k IN ('automerge', 'crisismerge') ORDER BY k")),
+             (QStringList { "automerge=0", "crisismerge=64" }));
+    QVERIFY(storagetest::storageLogLines().isEmpty());
+}
+
+// A database of version 4: the reopen gives its search index the settings
+// of version 5 and keeps the index as it is.
+void TestUserStorageProvider::databaseOfVersionFourGetsTheIndexSettings()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QList<ReminderInfo> infos = {
+        makeInfo(QStringLiteral("1_1"), QStringLiteral("Call the office"), 3, 40),
+        makeInfo(QStringLiteral("1_2"), QStringLiteral("water the plants"), 4, 30),
+    };
+    const QString path = UserStorageProvider::databasePath(dir.path(), 1);
+    {
+        UserStorageProvider provider(dir.path(), 1);
+        QVERIFY(provider.reminderStorage()->saveAll(infos));
+    }
+    {
+        // Version 4 left the index's settings at FTS5's defaults.
+        RawDb raw(path);
+        QVERIFY2(raw.exec(QStringLiteral("DELETE FROM reminder_fts_config WHERE k IN ('automerge', 'crisismerge');"
+                                         "PRAGMA user_version=4")),
+                 qPrintable(raw.lastError()));
+    }
+
+    UserStorageProvider provider(dir.path(), 1);
+    QVERIFY(provider.isOpen());
+    QVERIFY(provider.movedAsidePath().isEmpty());
+    QCOMPARE(provider.reminderStorage()->allInfos(), (QList<ReminderInfo> { infos.at(1), infos.at(0) }));
+    QCOMPARE(provider.reminderStorage()->idsWithKeyword(QStringLiteral("OFFICE")), QStringList { "1_1" });
+    QVERIFY(provider.reminderStorage()->save(makeInfo(QStringLiteral("1_3"), QStringLiteral("Plant tulips"), 5, 50)));
+    QCOMPARE(provider.reminderStorage()->idsWithKeyword(QStringLiteral("plant")), (QStringList { "1_3", "1_2" }));
+    RawDb raw(path);
+    QCOMPARE(raw.rows(QStringLiteral("PRAGMA user_version")),
+             QStringList { QString::number(storage::sql::kSchemaVersion) });
+    QCOMPARE(raw.rows(QStringLiteral("SELECT k || '=' || v FROM reminder_fts_config"
+                                     " WHERE k IN ('automerge', 'crisismerge') ORDER BY k")),
+             (QStringList { "automerge=0", "crisismerge=64" }));
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
     QVERIFY(storagetest::storageLogLines().isEmpty());
 }
 
