@@ -11,16 +11,21 @@ namespace storage {
 namespace {
 
 // Lock order: this mutex, then a connection's lock; never the other way.
+//
+// Both live until the process is gone, never destroyed: the storage worker
+// may still be taking an idle step while the process exits (a program that
+// ends with exit() runs the static destructors with the worker running), and
+// a destroyed registry would be read after its memory was freed.
 std::mutex& registryMutex()
 {
-    static std::mutex mutex;
-    return mutex;
+    static auto* mutex = new std::mutex;
+    return *mutex;
 }
 
 std::vector<Connection*>& registry()
 {
-    static std::vector<Connection*> connections;
-    return connections;
+    static auto* connections = new std::vector<Connection*>;
+    return *connections;
 }
 
 thread_local bool t_grouping = false;
