@@ -12,12 +12,9 @@
 
 namespace {
 
-// How many ids a batch operation carries through its stages together
-// (insertOrReplaceMany), and how far each stage of the rolling pipelines
-// runs ahead of the next: enough to keep many cache misses in flight, few
-// enough that what one stage asked for is still in the cache when the next
-// reads it.
-constexpr qsizetype kGroup = 16;
+// How far each stage of the batch operations' rolling pipelines runs ahead
+// of the next: enough to keep many cache misses in flight, few enough that
+// what one stage asked for is still in the cache when the next reads it.
 constexpr qsizetype kAhead = 16;
 constexpr qsizetype kSmallest = 16;
 // A tag's top bit marks a used slot, the next one an id kept in its item
@@ -306,34 +303,24 @@ qsizetype ItemIndex::insertNewMany(const ReminderItemPtr* items, qsizetype count
 void ItemIndex::insertOrReplaceMany(const ReminderItemPtr* items, qsizetype count)
 {
     reserve(m_size + count);
-    quint32 tags[kGroup];
-    for (qsizetype base = 0; base < count; base += kGroup) {
-        const qsizetype n = std::min(kGroup, count - base);
-        const ReminderItemPtr* group = items + base;
-        for (qsizetype k = 0; k < n; ++k) {
-            if (group[k])
-                willRead(&idOf(group[k]));
+    // The rolling pipeline of insertNewMany; null items are skipped.
+    std::vector<quint32> tags(size_t(std::max<qsizetype>(count, 0)), 0);
+    for (qsizetype i = 0; i < count + 3 * kAhead; ++i) {
+        if (const qsizetype a = i; a < count && items[a])
+            willRead(&idOf(items[a]));
+        if (const qsizetype b = i - kAhead; b >= 0 && b < count && items[b])
+            willRead(idOf(items[b]).constData());
+        if (const qsizetype c = i - 2 * kAhead; c >= 0 && c < count && items[c]) {
+            tags[c] = tagOf(idOf(items[c]));
+            willRead(&m_tags[homeOf(tags[c])]);
         }
-        for (qsizetype k = 0; k < n; ++k) {
-            if (group[k])
-                willRead(idOf(group[k]).constData());
-        }
-        for (qsizetype k = 0; k < n; ++k) {
-            if (!group[k])
-                continue;
-            tags[k] = tagOf(idOf(group[k]));
-            willRead(&m_tags[homeOf(tags[k])]);
-        }
-        for (qsizetype k = 0; k < n; ++k) {
-            if (!group[k])
-                continue;
-            const QString& id = idOf(group[k]);
-            const qsizetype s = find(id, tags[k]);
+        if (const qsizetype d = i - 3 * kAhead; d >= 0 && d < count && items[d]) {
+            const qsizetype s = find(idOf(items[d]), tags[d]);
             if (s >= 0) {
-                put(s, tags[k], group[k]);
+                put(s, tags[d], items[d]);
                 continue;
             }
-            put(freeSlot(tags[k]), tags[k], group[k]);
+            put(freeSlot(tags[d]), tags[d], items[d]);
             ++m_size;
         }
     }

@@ -17,9 +17,9 @@
 // item with its id's characters when the id is short (as the ids devices
 // make are). A lookup reads the tags first and reaches an entry only where
 // the tag matches, so a miss touches one or two cache lines and a hit of a
-// short id two, never the item. The batch operations
-// work through a group of ids in stages (hash all, then probe all, then
-// compare all) and ask for each next stage's memory ahead: at 100,000
+// short id two, never the item. The batch operations run their ids
+// through stages (hash, probe, compare) as a rolling pipeline, each stage a
+// few ids ahead of the next and asking for its memory early: at 100,000
 // reminders each single lookup waits on several cache misses in turn, and
 // a search looks up tens of thousands at once.
 //
