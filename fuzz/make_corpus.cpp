@@ -380,6 +380,12 @@ void searchSeeds()
     Writer w;
     w.u8(0x03).i32(0).raw(QByteArray(reinterpret_cast<const char*>(utf16.utf16()), int(utf16.size() * 2)));
     writeSeed(QStringLiteral("fuzz_search"), n++, w.bytes());
+    // Noncharacters, which SQLite's UTF-8 reader takes for U+FFFD.
+    {
+        Writer nonchars;
+        nonchars.u8(0x02).i32(0).raw(QByteArray("\xef\xbf\xbe\xef\xbf\xbf ", 7));
+        writeSeed(QStringLiteral("fuzz_search"), n++, nonchars.bytes());
+    }
 }
 
 } // namespace

@@ -404,10 +404,23 @@ struct SearchKey
     bool indexed = false;
 };
 
+// The trigram tokenizer reads U+FFFE and U+FFFF as U+FFFD (SQLite's UTF-8
+// reader replaces noncharacters), so the index cannot tell the three apart:
+// a keyword holding any of them is matched by the scan, which compares
+// the bytes.
+bool readAlikeByTheIndex(const QString& needle)
+{
+    for (const QChar c : needle) {
+        if (c.unicode() >= 0xFFFD)
+            return true;
+    }
+    return false;
+}
+
 SearchKey searchKey(const QString& keyword)
 {
     const QString needle = foldedForSearch(keyword);
-    const bool indexed = needle.toUcs4().size() >= kIndexedKeywordLength;
+    const bool indexed = needle.toUcs4().size() >= kIndexedKeywordLength && !readAlikeByTheIndex(needle);
     return {indexed ? ftsStringLiteral(needle) : needle, indexed};
 }
 

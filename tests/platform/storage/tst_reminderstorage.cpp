@@ -77,6 +77,8 @@ private slots:
     void keywordEmptyMatchesAll();
     void keywordWithNulCharacterIsMatchedLiterally_data();
     void keywordWithNulCharacterIsMatchedLiterally();
+    void keywordWithNoncharactersIsMatchedExactly_data();
+    void keywordWithNoncharactersIsMatchedExactly();
     void keywordCaseFoldsAsQtDoesBeyondTheIndex_data();
     void keywordCaseFoldsAsQtDoesBeyondTheIndex();
     void keywordLimit_data();
@@ -823,6 +825,46 @@ void TestReminderStorage::keywordWithNulCharacterIsMatchedLiterally()
     QVERIFY(found);
     QCOMPARE(stored.data, corpus.first().data);
     QCOMPARE(stored.text, QStringLiteral("ab\uFFFDcdef"));
+}
+
+void TestReminderStorage::keywordWithNoncharactersIsMatchedExactly_data()
+{
+    QTest::addColumn<QString>("keyword");
+    QTest::addColumn<QStringList>("expected");
+
+    QTest::newRow("U+FFFE U+FFFF space") << QStringLiteral("\uFFFE\uFFFF ") << QStringList { "c2" };
+    QTest::newRow("U+FFFD U+FFFD space") << QStringLiteral("\uFFFD\uFFFD ") << QStringList { "c1" };
+    QTest::newRow("U+FFFF U+FFFE, other case") << QStringLiteral("A\uFFFF\uFFFE") << QStringList { "c3" };
+    QTest::newRow("U+FFFF alone") << QStringLiteral("\uFFFF") << QStringList { "c3", "c2" };
+    QTest::newRow("U+FFFD, absent") << QStringLiteral("b\uFFFD") << QStringList {};
+    QTest::newRow("three words around them") << QStringLiteral(" bc") << QStringList { "c3", "c2", "c1" };
+}
+
+void TestReminderStorage::keywordWithNoncharactersIsMatchedExactly()
+{
+    QFETCH(QString, keyword);
+    QFETCH(QStringList, expected);
+
+    // U+FFFE and U+FFFF are noncharacters, yet a text may hold them; the
+    // search tells them from U+FFFD and from each other.
+    const QList<ReminderInfo> corpus {
+        makeInfo("c1", QStringLiteral("a\uFFFD\uFFFD bc"), 1),
+        makeInfo("c2", QStringLiteral("a\uFFFE\uFFFF bc"), 2),
+        makeInfo("c3", QStringLiteral("a\uFFFF\uFFFE bc"), 3),
+    };
+    QVERIFY(store()->saveAll(corpus));
+
+    QStringList oracle;
+    for (auto it = corpus.crbegin(); it != corpus.crend(); ++it) {
+        if (it->text.contains(keyword, Qt::CaseInsensitive))
+            oracle << it->id;
+    }
+    QCOMPARE(expected, oracle);
+
+    QCOMPARE(idsOf(store()->infosWithKeyword(keyword)), expected);
+    QCOMPARE(store()->idsWithKeyword(keyword), expected);
+    const QStringList errors = storagetest::storageLogLines();
+    QVERIFY2(errors.isEmpty(), qPrintable(errors.join('\n')));
 }
 
 void TestReminderStorage::keywordCaseFoldsAsQtDoesBeyondTheIndex_data()
