@@ -271,6 +271,13 @@ bool SqliteFile::createSchema(QString* reason, int* code)
             *code = sqlite3_errcode(m_db) != SQLITE_OK ? sqlite3_errcode(m_db) : SQLITE_ERROR;
         }
     }
+    if (ok && m_schema.repair) {
+        ok = m_schema.repair(m_db, reason);
+        if (!ok) {
+            *reason = QStringLiteral("repairing: %1").arg(*reason);
+            *code = sqlite3_errcode(m_db) != SQLITE_OK ? sqlite3_errcode(m_db) : SQLITE_ERROR;
+        }
+    }
     ok = ok && (!m_schema.create || execRaw(m_db, m_schema.create, reason, code));
     if (ok && version < m_schema.version) {
         // A pragma takes no parameters; the value is the owner's constant.

@@ -32,6 +32,10 @@ struct SqliteSchema
     // an older file's objects to this version. False (with a reason) rolls
     // the transaction back and the file is not used.
     std::function<bool(sqlite3*, int fromVersion, QString* reason)> upgrade;
+    // Runs in the schema's transaction on every open, after `upgrade` and
+    // before `create`: brings back in step what a process killed halfway
+    // through a long operation left behind. False (with a reason) as above.
+    std::function<bool(sqlite3*, QString* reason)> repair;
     // Runs on a fresh handle once the file has proven to be a database
     // (registering SQL functions, say); returns an SQLite result code.
     std::function<int(sqlite3*)> prepareHandle;

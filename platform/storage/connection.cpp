@@ -62,17 +62,18 @@ SqliteSchema accountSchema(Connection* connection, void (*deferFunction)(sqlite3
                                           deferFunction, nullptr, nullptr, nullptr);
     };
     // A file of an earlier version: the old index goes, the schema is made,
-    // the search side is filled (in the schema's transaction).
+    // the search side is built (in the schema's transaction).
     // Version 4 differs only in the index's settings.
     schema.upgrade = [](sqlite3* db, int fromVersion, QString* reason) {
         if (fromVersion >= sql::kSchemaVersion)
             return true;
         if (fromVersion < 4
-            && !(execAll(db, sql::kUpgradeDrop, reason) && execAll(db, sql::kCreateSchema, reason)
-                 && execAll(db, sql::kUpgradeFill, reason)))
+            && !(execAll(db, sql::kDropSearchSide, reason) && execAll(db, sql::kCreateSchema, reason)
+                 && BareFilling::rebuildSearchSide(db, reason)))
             return false;
         return execAll(db, sql::kFtsMergeSettings, reason);
     };
+    schema.repair = &BareFilling::repairAtOpen;
     return schema;
 }
 
@@ -92,9 +93,12 @@ bool Connection::ensureOpen()
 {
     // Tried once: a file that could not be opened stays closed, as it
     // would have had it been opened at construction.
-    if (!m_file)
+    if (!m_file) {
         m_file.emplace(m_path, QStringLiteral("storage"), accountSchema(this, &Connection::deferFunction),
                        SqliteFile::Threading::Shared);
+        if (m_file->isOpen())
+            m_bareFilling.reread(handle());
+    }
     return m_file->isOpen();
 }
 
@@ -124,6 +128,7 @@ bool Connection::beginWrite(bool severalStatements)
             if (!m_file->exec("BEGIN IMMEDIATE"))
                 return false;
             m_groupOpen = true;
+            m_bareFilling.groupBegun(handle());
         }
         if (severalStatements && !m_file->exec("SAVEPOINT storage_write"))
             return false;
@@ -164,6 +169,7 @@ bool Connection::endWrite(bool ok)
             return true;
         if (db && !sqlite3_get_autocommit(db))
             m_file->exec("ROLLBACK");
+        rolledBack();
         return false;
     case WriteKind::InGroup:
     case WriteKind::InOthersGroup:
@@ -177,6 +183,7 @@ bool Connection::endWrite(bool ok)
             m_directory.invalidate();
             m_file->exec("ROLLBACK TO storage_write");
             m_file->exec("RELEASE storage_write");
+            rolledBack();
         }
         if (kind == WriteKind::InOthersGroup) {
             const bool indexed = indexDeferred();
@@ -185,6 +192,7 @@ bool Connection::endWrite(bool ok)
                 ok = false;
                 if (db && !sqlite3_get_autocommit(db))
                     m_file->exec("ROLLBACK");
+                rolledBack();
             }
         }
         return ok;
@@ -200,6 +208,7 @@ void Connection::checkGroupAlive()
         // transaction: the grouped writes before this one are gone too.
         m_groupOpen = false;
         m_deferred.clear();
+        rolledBack();
         ImLog::instance()->error(QStringLiteral("storage: a group of writes to %1 was rolled back after an error; "
                                                 "its writes are lost")
                                      .arg(m_path));
@@ -219,9 +228,67 @@ bool Connection::commitGroup()
     sqlite3* db = handle();
     if (db && !sqlite3_get_autocommit(db))
         m_file->exec("ROLLBACK");
+    rolledBack();
     ImLog::instance()->error(
         QStringLiteral("storage: a group of writes to %1 could not be committed; its writes are lost").arg(m_path));
     return false;
+}
+
+void Connection::rolledBack()
+{
+    if (isOpen())
+        m_bareFilling.reread(handle());
+}
+
+void Connection::recordInserted()
+{
+    if (!m_groupOpen)
+        return;
+    if (m_bareFilling.recordInserted([this](const char* sql) { return m_file->exec(sql); })) {
+        // The rebuild covers the rows whose index work was put off.
+        m_deferred.clear();
+    }
+}
+
+bool Connection::buildBareLeftovers()
+{
+    m_directory.detach();
+    return m_bareFilling.finish([this](const char* sql) { return m_file->exec(sql); });
+}
+
+bool Connection::prepareSearch()
+{
+    if (m_bareFilling.isBare()) {
+        // Inside the open group, the build joins it; otherwise it is a
+        // transaction of its own.
+        const bool own = !m_groupOpen;
+        if (own && !m_file->exec("BEGIN IMMEDIATE"))
+            return false;
+        bool ok = buildBareLeftovers();
+        if (own) {
+            ok = ok && m_file->exec("COMMIT");
+            if (!ok) {
+                sqlite3* db = handle();
+                if (db && !sqlite3_get_autocommit(db))
+                    m_file->exec("ROLLBACK");
+            }
+        }
+        if (!ok) {
+            checkGroupAlive();
+            rolledBack();
+            return false;
+        }
+    }
+    return indexDeferred();
+}
+
+bool Connection::finishBareFilling()
+{
+    SyncLocker lock(&m_mutex);
+    if (!isOpen() || m_groupOpen || !m_bareFilling.isBare())
+        return false;
+    // Not retried at once when it failed (logged): the next idle time will.
+    return prepareSearch();
 }
 
 bool Connection::mergeIndexStep()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "barefilling.h"
 #include "searchdirectory.h"
 #include "sqlitefile.h"
 
@@ -99,6 +100,18 @@ public:
     // lock. Whether it merged something (there may be more to merge).
     bool mergeIndexStep();
 
+    // A grouped write inserted a record (BareFilling): the store may go
+    // bare. Call with the lock held, between statements.
+    void recordInserted();
+    // Makes the search side whole before it is read: builds what filling
+    // bare left out, then does the index work the open group put off
+    // (indexDeferred). Call with the lock held. False (logged) on error.
+    bool prepareSearch();
+    // For a worker that has nothing else to do: builds what filling bare
+    // left out, as a transaction of its own; takes the lock. Whether there
+    // was anything to build.
+    bool finishBareFilling();
+
 private:
     struct DeferredIndexWork
     {
@@ -112,6 +125,10 @@ private:
 
     // Notices a group that SQLite rolled back after an error.
     void checkGroupAlive();
+    // After a rollback: what it took back may include going bare.
+    void rolledBack();
+    // BareFilling::finish with the search directory detached first.
+    bool buildBareLeftovers();
 
     enum class WriteKind {
         None,
@@ -127,6 +144,7 @@ private:
     bool m_groupOpen = false;
     WriteKind m_write = WriteKind::None;
     std::vector<DeferredIndexWork> m_deferred;
+    BareFilling m_bareFilling;
     // Made by ensureOpen(): at construction, or at the first use.
     std::optional<SqliteFile> m_file;
     SearchDirectory m_directory;

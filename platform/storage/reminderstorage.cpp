@@ -156,19 +156,25 @@ static bool saveLocked(Connection* connection, const ReminderInfo& info, bool st
 {
     const QByteArray id = info.id.toUtf8();
     const QByteArray text = searchableForm(info.text).toUtf8();
+    sqlite3* db = connection->handle();
     if (stored) {
         for (const char* update : {sql::kUpdateKeepingTextOrderAndTime, sql::kUpdateKeepingTextAndOrder}) {
             if (!runSave(connection, update, info, id, text))
                 return false;
-            if (sqlite3_changes(connection->handle()) > 0)
+            if (sqlite3_changes(db) > 0)
                 return true;
         }
     }
+    // An upsert that updates leaves the last inserted rowid as it was.
+    const sqlite3_int64 lastRowid = sqlite3_last_insert_rowid(db);
     if (!runSave(connection, sql::kSaveKeepingTextAndOrder, info, id, text))
         return false;
     // Inserted, or updated with its text and order time as they were.
-    if (sqlite3_changes(connection->handle()) > 0)
+    if (sqlite3_changes(db) > 0) {
+        if (sqlite3_last_insert_rowid(db) != lastRowid)
+            connection->recordInserted();
         return true;
+    }
     return runSave(connection, sql::kSave, info, id, text);
 }
 
@@ -587,7 +593,7 @@ QList<ReminderInfo> ReminderStorage::infosWithKeyword(const QString& keyword, in
     if (!detail::ready(m_connection, "infosWithKeyword"))
         return {};
     // The index must hold what the open group of writes has written.
-    m_connection->indexDeferred();
+    m_connection->prepareSearch();
     StatementScope stmt(keywordQuery(keyword, limit, "infosWithKeyword (bind)"));
     if (!stmt)
         return {};
@@ -600,7 +606,7 @@ QStringList ReminderStorage::idsWithKeyword(const QString& keyword, int limit)
     if (!detail::ready(m_connection, "idsWithKeyword"))
         return {};
     // The index must hold what the open group of writes has written.
-    m_connection->indexDeferred();
+    m_connection->prepareSearch();
     if (keyword.isEmpty())
         return allIds(m_connection, limit);
     const SearchKey key = searchKey(keyword);

@@ -40,6 +40,13 @@ public:
     bool isValid() const { return m_valid; }
     // Forgets everything; the next ensure() reads the table again.
     void invalidate();
+    // The same when the search table is about to be dropped (its temporary
+    // triggers go with it): the next ensure() makes them again.
+    void detach()
+    {
+        invalidate();
+        m_attached = false;
+    }
 
     // The row's entry, or null when no row has this rowid (or the directory
     // is not valid).

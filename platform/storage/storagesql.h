@@ -27,6 +27,13 @@ constexpr const char kFoldFunction[] = "storage_fold";
 // row inside a group would cost a write of the index per row.
 constexpr const char kDeferFunction[] = "storage_fts_defer";
 
+// The search side's two tables, shared by the schema and its rebuild.
+#define STORAGE_SEARCH_TABLE \
+    "reminder_search(rowid INTEGER PRIMARY KEY, id TEXT NOT NULL, order_time INTEGER NOT NULL, folded TEXT NOT NULL)"
+#define STORAGE_FTS_TABLE \
+    "reminder_fts USING fts5(folded, content='reminder_search', content_rowid='rowid'," \
+    " tokenize='trigram case_sensitive 1')"
+
 constexpr const char kCreateSchema[] =
     "CREATE TABLE IF NOT EXISTS reminder("
     " id TEXT PRIMARY KEY,"
@@ -49,10 +56,8 @@ constexpr const char kCreateSchema[] =
     // by a scan of the folded texts: both exact, with no second check.
     // The index follows a record's text, and the order time its order
     // time, only when they change.
-    "CREATE TABLE IF NOT EXISTS reminder_search("
-    " rowid INTEGER PRIMARY KEY, id TEXT NOT NULL, order_time INTEGER NOT NULL, folded TEXT NOT NULL);"
-    "CREATE VIRTUAL TABLE IF NOT EXISTS reminder_fts USING fts5("
-    " folded, content='reminder_search', content_rowid='rowid', tokenize='trigram case_sensitive 1');"
+    "CREATE TABLE IF NOT EXISTS " STORAGE_SEARCH_TABLE ";"
+    "CREATE VIRTUAL TABLE IF NOT EXISTS " STORAGE_FTS_TABLE ";"
     "CREATE TRIGGER IF NOT EXISTS reminder_search_insert AFTER INSERT ON reminder BEGIN"
     " INSERT INTO reminder_search(rowid, id, order_time, folded)"
     " VALUES (new.rowid, new.id, new.order_time, storage_fold(new.text));"
@@ -96,20 +101,6 @@ constexpr const char kProbeReminder[] =
 constexpr const char kProbeRemoved[] = "SELECT id FROM reminder_removed LIMIT 0";
 constexpr const char kProbeSearch[] = "SELECT rowid, id, order_time, folded FROM reminder_search LIMIT 0";
 
-// From a file of an earlier version: the whole search side goes (the index
-// of the records' own text in version 2, and whatever of this version's
-// there is), the schema makes it anew, and it is filled from the records,
-// which fills the index.
-constexpr const char kUpgradeDrop[] =
-    "DROP TRIGGER IF EXISTS reminder_fts_insert;"
-    "DROP TRIGGER IF EXISTS reminder_fts_delete;"
-    "DROP TRIGGER IF EXISTS reminder_fts_update;"
-    "DROP TRIGGER IF EXISTS reminder_search_insert;"
-    "DROP TRIGGER IF EXISTS reminder_search_delete;"
-    "DROP TRIGGER IF EXISTS reminder_search_text;"
-    "DROP TRIGGER IF EXISTS reminder_search_order;"
-    "DROP TABLE IF EXISTS reminder_fts;"
-    "DROP TABLE IF EXISTS reminder_search;";
 // How the search index keeps its segments (FTS5 writes one per committed
 // group of writes): none are merged while writes come in (FTS5's automerge
 // does merge work at every commit, and a listing of 100,000 reminders spent
@@ -125,9 +116,62 @@ constexpr const char kFtsMergeSettings[] =
 // merged them). sqlite3_total_changes() grows by 2 or more when it merged
 // something.
 constexpr const char kFtsIdleMerge[] = "INSERT INTO reminder_fts(reminder_fts, rank) VALUES ('merge', 64)";
-constexpr const char kUpgradeFill[] =
+// The search side made anew from the records (a file of an earlier
+// version, a store that was filled bare): whatever there is of it goes,
+// its table is filled in one statement and the index built from it in one
+// go, which costs a fraction of indexing row by row; kCreateSchema then
+// adds the triggers. Run inside a transaction.
+#define STORAGE_DROP_SEARCH_SIDE \
+    "DROP TRIGGER IF EXISTS reminder_fts_insert;" \
+    "DROP TRIGGER IF EXISTS reminder_fts_delete;" \
+    "DROP TRIGGER IF EXISTS reminder_fts_update;" \
+    "DROP TRIGGER IF EXISTS reminder_search_insert;" \
+    "DROP TRIGGER IF EXISTS reminder_search_delete;" \
+    "DROP TRIGGER IF EXISTS reminder_search_text;" \
+    "DROP TRIGGER IF EXISTS reminder_search_order;" \
+    "DROP TABLE IF EXISTS reminder_fts;" \
+    "DROP TABLE IF EXISTS reminder_search;"
+// Before a file of an earlier version gets the schema: its search side
+// goes first, whatever its shape.
+constexpr const char kDropSearchSide[] = STORAGE_DROP_SEARCH_SIDE;
+constexpr const char kRebuildSearchSide[] =
+    STORAGE_DROP_SEARCH_SIDE
+    "CREATE TABLE " STORAGE_SEARCH_TABLE ";"
     "INSERT INTO reminder_search(rowid, id, order_time, folded)"
-    " SELECT rowid, id, order_time, storage_fold(text) FROM reminder;";
+    " SELECT rowid, id, order_time, storage_fold(text) FROM reminder;"
+    "CREATE VIRTUAL TABLE " STORAGE_FTS_TABLE ";"
+    "INSERT INTO reminder_fts(reminder_fts) VALUES ('rebuild');"
+    "INSERT INTO reminder_fts(reminder_fts, rank) VALUES ('automerge', 0);"
+    "INSERT INTO reminder_fts(reminder_fts, rank) VALUES ('crisismerge', 64);";
+
+// Filling bare. A group of writes that inserts many records into a store
+// that held none (a device's first listing) would spend most of its time
+// keeping the indexes by time and order and the search side in step, row
+// by row, each commit rewriting index pages all over the file. So the
+// store drops them (kBareFillStart) and takes the records bare, with only
+// their id (every write looks it up) and the index of pending times (the
+// handler asks for the nearest time after each save); once the worker
+// is idle, or a search needs them, they are built from the records in
+// one go (kRebuildSearchSide, then kCreateSchema). The missing insert
+// trigger is what tells a store in this state, also to the open after a
+// killed process: it rebuilds the search side then, and kCreateSchema
+// makes the indexes again.
+constexpr const char kBareFillStart[] =
+    "DROP INDEX IF EXISTS reminder_remind_time;"
+    "DROP INDEX IF EXISTS reminder_order_time;"
+    "DROP TRIGGER IF EXISTS reminder_search_insert;"
+    "DROP TRIGGER IF EXISTS reminder_search_delete;"
+    "DROP TRIGGER IF EXISTS reminder_search_text;"
+    "DROP TRIGGER IF EXISTS reminder_search_order;"
+    // The few rows the search side got before: it stays in step with its
+    // index (empty both) until it is rebuilt.
+    "DELETE FROM reminder_search;"
+    "INSERT INTO reminder_fts(reminder_fts) VALUES ('delete-all');";
+constexpr const char kBareFillProbe[] =
+    "SELECT (SELECT count(*) FROM sqlite_schema WHERE type = 'table' AND name = 'reminder')"
+    " AND NOT (SELECT count(*) FROM sqlite_schema WHERE type = 'trigger' AND name = 'reminder_search_insert')";
+// Whether the store holds no record: asked when a group of writes begins.
+constexpr const char kStoreIsEmpty[] = "SELECT NOT EXISTS (SELECT 1 FROM reminder)";
 // The index work taken over in a group, done once before the group
 // commits: the entries of rows indexed before the group go (one statement
 // each: a single-row statement has no savepoint), then the rows as they are
@@ -254,6 +298,9 @@ constexpr const char kIdsWithKeywordScan[] =
 #undef STORAGE_ALL
 #undef STORAGE_ORDER
 #undef STORAGE_REMINDER_COLUMNS
+#undef STORAGE_DROP_SEARCH_SIDE
+#undef STORAGE_FTS_TABLE
+#undef STORAGE_SEARCH_TABLE
 
 constexpr const char kCount[] = "SELECT count(*) FROM reminder";
 

@@ -69,7 +69,7 @@ bool WriteBatch::idleStep()
     std::lock_guard<std::mutex> lock(registryMutex());
     bool merged = false;
     for (Connection* connection : registry())
-        merged = connection->mergeIndexStep() || merged;
+        merged = connection->finishBareFilling() || connection->mergeIndexStep() || merged;
     return merged;
 }
 

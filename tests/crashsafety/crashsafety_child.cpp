@@ -17,7 +17,12 @@
 // the writes that change n handed in: the worker runs its tasks one at a
 // time in the order they came, so when that task runs every write of the
 // change has been committed. A change may span several reminders (deleting
-// every completed one): it then has one intent line per reminder.
+// every completed one, a listing): it then has one intent line per reminder.
+//
+// Now and then it deletes every reminder and, once the worker is idle,
+// lists a burst of reminders from another device into the empty store, as
+// a device's first listing does: the store then takes them bare and builds
+// its indexes and search side afterwards (a kill may land in either).
 #include "accountbase.h"
 #include "contentcipher.h"
 #include "imlog.h"
@@ -27,6 +32,8 @@
 #include "reminderstorage.h"
 #include "threadmanager.h"
 #include "userstorageprovider.h"
+
+#include "im/content/reminder.pb.h"
 
 #include <QCoreApplication>
 #include <QRandomGenerator>
@@ -69,16 +76,19 @@ QByteArray stateOf(const ReminderItemPtr& item)
 class Driver : public QObject
 {
 public:
-    Driver(ReminderHandler* handler, storage::ReminderStorage* store, quint32 seed, qint64 changes)
-        : m_handler(handler), m_rng(seed), m_changesLeft(changes)
+    Driver(AccountBase* account, ReminderHandler* handler, storage::ReminderStorage* store, quint32 seed,
+           qint64 changes)
+        : m_account(account), m_handler(handler), m_rng(seed), m_changesLeft(changes)
     {
         QStringList ids;
         m_handler->reminderModel()->allIds(ids);
         m_live = ids;
         // The handler numbers new reminders after the highest sequence of
         // this device among the stored ids and the removed ones.
-        for (const QString& id : ids + QStringList(store->removedIds()))
-            m_lastSequence = qMax(m_lastSequence, id.mid(id.lastIndexOf(QLatin1Char('_')) + 1).toInt());
+        for (const QString& id : ids + QStringList(store->removedIds())) {
+            int& sequence = id.startsWith(QLatin1String("9_")) ? m_listedSequence : m_lastSequence;
+            sequence = qMax(sequence, id.mid(id.lastIndexOf(QLatin1Char('_')) + 1).toInt());
+        }
         connect(&m_tick, &QTimer::timeout, this, &Driver::step);
         m_tick.start(0);
     }
@@ -166,7 +176,9 @@ private:
         const int n = ++m_change;
         const int roll = m_rng.bounded(100);
         bool done = false;
-        if (roll < 30 || m_live.size() < 4)
+        if (m_live.isEmpty() && roll < 50)
+            done = listing(n);
+        else if (roll < 30 || m_live.size() < 4)
             done = makeNew(n);
         else if (roll < 55)
             done = edit(n);
@@ -174,10 +186,12 @@ private:
             done = complete(n);
         else if (roll < 80)
             done = reopen(n);
-        else if (roll < 95)
+        else if (roll < 94)
             done = removeOne(n);
-        else
+        else if (roll < 98)
             done = removeCompleted(n);
+        else
+            done = removeAll(n);
         if (!done) {
             --m_change; // nothing to change of that kind: try another
             return;
@@ -270,11 +284,61 @@ private:
         return true;
     }
 
+    bool removeAll(int n)
+    {
+        const QStringList ids = m_live;
+        for (const QString& id : ids)
+            intent(n, id, "deleted", QString());
+        for (const QString& id : ids)
+            m_handler->deleteSelect(id);
+        confirm(n);
+        m_live.clear();
+        return true;
+    }
+
+    // Reminders another device made, as the server lists them.
+    bool listing(int n)
+    {
+        // Every write so far committed: the listing's group begins on an
+        // empty store.
+        ThreadManager::getInstance()->waitForIdle();
+        const int count = m_rng.bounded(300, 3000);
+        QList<QPair<QString, QByteArray>> listed;
+        for (int i = 0; i < count; ++i) {
+            const QString id = QStringLiteral("9_%1").arg(++m_listedSequence);
+            ReminderItem item(id);
+            item.setText(makeText(n));
+            item.setOrderTime(1000000 + m_listedSequence);
+            item.setCompleted(m_rng.bounded(4) == 0);
+            im::content::Reminder message;
+            if (!item.serialize(message, m_account, false)) {
+                std::fprintf(stderr, "crashsafety_child: a listed reminder did not serialise\n");
+                std::_Exit(3);
+            }
+            intent(n, id, item.completed() ? "done" : "open", item.text());
+            listed.append({ id, QByteArray::fromStdString(message.SerializeAsString()) });
+        }
+        for (const auto& entry : std::as_const(listed))
+            m_handler->listAndNotif(entry.first, entry.second);
+        confirm(n);
+        for (const auto& entry : std::as_const(listed)) {
+            const ReminderItemPtr item = model()->itemById(entry.first);
+            if (!item) {
+                std::fprintf(stderr, "crashsafety_child: listed %s is not in the list\n", qPrintable(entry.first));
+                std::_Exit(3);
+            }
+            m_live << entry.first;
+        }
+        return true;
+    }
+
+    AccountBase* m_account;
     ReminderHandler* m_handler;
     QRandomGenerator m_rng;
     qint64 m_changesLeft;
     int m_change = 0;
     int m_lastSequence = 0;
+    int m_listedSequence = 0;
     QStringList m_live;
     std::atomic<int> m_inFlight { 0 };
     QTimer m_tick;
@@ -304,7 +368,7 @@ int main(int argc, char** argv)
         handler->loadLocalData(false);
         handler->readyReminder();
         writeLine("loaded " + QByteArray::number(handler->reminderModel()->count()));
-        Driver driver(handler, account.storage()->reminderStorage(), seed, changes);
+        Driver driver(&account, handler, account.storage()->reminderStorage(), seed, changes);
         rc = app.exec();
         ThreadManager::getInstance()->waitForIdle();
     }

@@ -93,6 +93,10 @@ private slots:
     void groupedWritesKeepTheSearchIndexExact_data();
     void groupedWritesKeepTheSearchIndexExact();
     void groupedWritesAreSeenAtOnceAndCommittedTogether();
+    void manyRecordsIntoAnEmptyStoreAreTakenBare_data();
+    void manyRecordsIntoAnEmptyStoreAreTakenBare();
+    void fewRecordsOrAStoreThatHoldsSomeAreIndexedAtOnce_data();
+    void fewRecordsOrAStoreThatHoldsSomeAreIndexedAtOnce();
     void idleMergingKeepsTheSearchIndexExact_data();
     void idleMergingKeepsTheSearchIndexExact();
     void writeFromAnotherThreadCommitsTheGroup();
@@ -1139,16 +1143,25 @@ void TestReminderStorage::groupedWritesKeepTheSearchIndexExact_data()
 {
     QTest::addColumn<quint32>("seed");
     QTest::addColumn<bool>("searchDuring");
+    QTest::addColumn<bool>("startEmpty");
     for (quint32 seed : { 1u, 2u, 3u })
-        QTest::newRow(qPrintable(QStringLiteral("seed %1").arg(seed))) << seed << false;
+        QTest::newRow(qPrintable(QStringLiteral("seed %1").arg(seed))) << seed << false << false;
     for (quint32 seed : { 4u, 5u })
-        QTest::newRow(qPrintable(QStringLiteral("seed %1, searching during the group").arg(seed))) << seed << true;
+        QTest::newRow(qPrintable(QStringLiteral("seed %1, searching during the group").arg(seed)))
+            << seed << true << false;
+    // A group that fills an empty store takes its records bare, then goes
+    // on changing them.
+    for (quint32 seed : { 6u, 7u })
+        QTest::newRow(qPrintable(QStringLiteral("seed %1, filling an empty store").arg(seed)))
+            << seed << false << true;
+    QTest::newRow("seed 8, filling an empty store, searching during the group") << 8u << true << true;
 }
 
 void TestReminderStorage::groupedWritesKeepTheSearchIndexExact()
 {
     QFETCH(quint32, seed);
     QFETCH(bool, searchDuring);
+    QFETCH(bool, startEmpty);
     QRandomGenerator random(seed);
     static const char* const words[] = { "Invoice", "dentist", "Zürich", "garden", "report", "买面包", "stand-up" };
     QMap<QString, QString> expected; // id -> text
@@ -1177,10 +1190,16 @@ void TestReminderStorage::groupedWritesKeepTheSearchIndexExact()
         }
     };
 
-    for (int i = 0; i < 20; ++i)
-        save(QStringLiteral("r%1").arg(++made), text());
+    if (!startEmpty) {
+        for (int i = 0; i < 20; ++i)
+            save(QStringLiteral("r%1").arg(++made), text());
+    }
 
     storage::WriteBatch::begin();
+    if (startEmpty) {
+        for (int i = 0; i < 600; ++i)
+            save(QStringLiteral("r%1").arg(++made), text());
+    }
     for (int step = 0; step < 400; ++step) {
         const int op = expected.size() < 5 ? 0 : random.bounded(10);
         if (op <= 3) {
@@ -1225,6 +1244,142 @@ void TestReminderStorage::groupedWritesKeepTheSearchIndexExact()
     }
     reopen();
     check("after reopening");
+}
+
+namespace {
+
+// Whether the store is taking records bare: its search side's insert
+// trigger is missing.
+bool storeIsBare(const QString& path)
+{
+    RawDb raw(path);
+    return raw.rows(QStringLiteral("SELECT name FROM sqlite_schema WHERE type = 'trigger'"
+                                   " AND name = 'reminder_search_insert'"))
+        .isEmpty();
+}
+
+QStringList indexesOf(const QString& path)
+{
+    RawDb raw(path);
+    QStringList names = raw.rows(QStringLiteral("SELECT name FROM sqlite_schema WHERE type = 'index'"
+                                                " AND name LIKE 'reminder%' AND sql IS NOT NULL"));
+    names.sort();
+    return names;
+}
+
+} // namespace
+
+void TestReminderStorage::manyRecordsIntoAnEmptyStoreAreTakenBare_data()
+{
+    QTest::addColumn<QString>("builtBy");
+    QTest::newRow("the idle worker") << QStringLiteral("idle");
+    QTest::newRow("a search") << QStringLiteral("search");
+    QTest::newRow("the next open") << QStringLiteral("open");
+}
+
+// A device's first listing: one group inserts thousands of records into an
+// empty store. The store takes them bare and builds its indexes and search
+// side afterwards; in between every query still answers exactly, and
+// afterwards the store is as one filled record by record.
+void TestReminderStorage::manyRecordsIntoAnEmptyStoreAreTakenBare()
+{
+    QFETCH(QString, builtBy);
+    const QStringList allIndexes = indexesOf(dbPath());
+    QCOMPARE(allIndexes.size(), 3);
+
+    QMap<QString, QString> texts;
+    QList<ReminderInfo> infos;
+    qint64 nearest = 0;
+    for (int i = 0; i < 2000; ++i) {
+        const QString id = QStringLiteral("9_%1").arg(i);
+        const QString text = QStringLiteral("listed %1 %2").arg(i % 7 == 0 ? "Invoice" : "garden").arg(i);
+        const qint64 remindTime = 1000000 + (i * 7919) % 50000;
+        const bool completed = i % 5 == 0;
+        infos << makeInfo(id, text, 5000 - i, remindTime, false, completed);
+        texts.insert(id, text);
+        if (!completed && (nearest == 0 || remindTime < nearest))
+            nearest = remindTime;
+    }
+    storage::WriteBatch::begin();
+    for (const ReminderInfo& info : std::as_const(infos))
+        QVERIFY(store()->save(info));
+    // In the group: what was written is read back at once.
+    QCOMPARE(store()->nearestTimestamp(), nearest);
+    QVERIFY(storage::WriteBatch::commit());
+    QVERIFY(storeIsBare(dbPath()));
+    QCOMPARE(indexesOf(dbPath()), QStringList { "reminder_pending" });
+
+    // Bare, every query by time and order answers as before.
+    QCOMPARE(store()->count(), 2000);
+    QCOMPARE(store()->nearestTimestamp(), nearest);
+    QStringList dueIds;
+    for (const ReminderInfo& info : std::as_const(infos)) {
+        if (info.remindTime == nearest)
+            dueIds << info.id;
+    }
+    QStringList due = idsOf(store()->infosWithTimestamp(nearest));
+    due.sort();
+    dueIds.sort();
+    QCOMPARE(due, dueIds);
+    const QList<ReminderInfo> all = store()->allInfos();
+    QCOMPARE(all.size(), 2000);
+    QCOMPARE(all.first().id, QStringLiteral("9_0"));
+    QCOMPARE(all.last().id, QStringLiteral("9_1999"));
+
+    if (builtBy == QLatin1String("idle")) {
+        QVERIFY(storage::WriteBatch::idleStep());
+        QVERIFY(!storeIsBare(dbPath()));
+    } else if (builtBy == QLatin1String("open")) {
+        reopen();
+        QVERIFY(!storeIsBare(dbPath()));
+    }
+    // A search builds the search side first, if it is not built yet.
+    QStringList found = store()->idsWithKeyword(QStringLiteral("INVOICE"));
+    found.sort();
+    QCOMPARE(found, idsContaining(texts, QStringLiteral("invoice")));
+    QCOMPARE(idsOf(store()->infosWithKeyword(QStringLiteral("garden 1999"))), QStringList { "9_1999" });
+    QVERIFY(!storeIsBare(dbPath()));
+    QCOMPARE(indexesOf(dbPath()), allIndexes);
+    {
+        RawDb raw(dbPath());
+        QVERIFY2(raw.exec(QStringLiteral("INSERT INTO reminder_fts(reminder_fts, rank) VALUES ('integrity-check', 1)")),
+                 qPrintable(raw.lastError()));
+        QCOMPARE(raw.rows(QStringLiteral("SELECT count(*) FROM reminder_search")), QStringList { "2000" });
+    }
+
+    // From now on the search side follows every write again.
+    QVERIFY(store()->save(makeInfo(QStringLiteral("9_5"), QStringLiteral("now a dentist"), 4995)));
+    QCOMPARE(store()->idsWithKeyword(QStringLiteral("dentist")), QStringList { "9_5" });
+    QVERIFY(store()->remove(QStringLiteral("9_7")));
+    QVERIFY(!store()->idsWithKeyword(QStringLiteral("invoice")).contains(QStringLiteral("9_7")));
+    const QStringList errors = storagetest::storageLogLines();
+    QVERIFY2(errors.isEmpty(), qPrintable(errors.join('\n')));
+}
+
+void TestReminderStorage::fewRecordsOrAStoreThatHoldsSomeAreIndexedAtOnce_data()
+{
+    QTest::addColumn<int>("held");
+    QTest::addColumn<int>("inserted");
+    QTest::newRow("a hundred into an empty store") << 0 << 100;
+    QTest::newRow("thousands into a store that holds one") << 1 << 2000;
+}
+
+// Only a group that inserts many records into an empty store goes bare:
+// a few new reminders, or a listing into a store that already holds
+// reminders, keep every index in step as they are written.
+void TestReminderStorage::fewRecordsOrAStoreThatHoldsSomeAreIndexedAtOnce()
+{
+    QFETCH(int, held);
+    QFETCH(int, inserted);
+    for (int i = 0; i < held; ++i)
+        QVERIFY(store()->save(makeInfo(QStringLiteral("held%1").arg(i), QStringLiteral("kept"), i)));
+    storage::WriteBatch::begin();
+    for (int i = 0; i < inserted; ++i)
+        QVERIFY(store()->save(makeInfo(QStringLiteral("new%1").arg(i), QStringLiteral("new one %1").arg(i), i)));
+    QVERIFY(storage::WriteBatch::commit());
+    QVERIFY(!storeIsBare(dbPath()));
+    QCOMPARE(indexesOf(dbPath()).size(), 3);
+    QCOMPARE(store()->idsWithKeyword(QStringLiteral("new one")).size(), inserted);
 }
 
 void TestReminderStorage::idleMergingKeepsTheSearchIndexExact_data()

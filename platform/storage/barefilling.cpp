@@ -1,0 +1,71 @@
+#include "barefilling.h"
+
+#include "storagesql.h"
+
+#include <sqlite3.h>
+
+namespace storage {
+
+namespace {
+
+// The single integer of a one-row query; false when it cannot be read.
+bool singleInt(sqlite3* db, const char* sql, qint64* value)
+{
+    sqlite3_stmt* stmt = nullptr;
+    if (sqlite3_prepare_v2(db, sql, -1, &stmt, nullptr) != SQLITE_OK)
+        return false;
+    const bool ok = sqlite3_step(stmt) == SQLITE_ROW;
+    if (ok)
+        *value = sqlite3_column_int64(stmt, 0);
+    sqlite3_finalize(stmt);
+    return ok;
+}
+
+bool execAll(sqlite3* db, const char* sql, QString* reason)
+{
+    char* message = nullptr;
+    const int rc = sqlite3_exec(db, sql, nullptr, nullptr, &message);
+    if (rc != SQLITE_OK) {
+        *reason = QString::fromUtf8(message ? message : sqlite3_errstr(rc));
+        sqlite3_free(message);
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+const char* const BareFilling::kStartSql = sql::kBareFillStart;
+const char* const BareFilling::kFinishSql = sql::kRebuildSearchSide;
+const char* const BareFilling::kSchemaSql = sql::kCreateSchema;
+
+void BareFilling::groupBegun(sqlite3* db)
+{
+    m_groupInserts = 0;
+    qint64 empty = 0;
+    m_emptyAtGroupStart = !m_bare && singleInt(db, sql::kStoreIsEmpty, &empty) && empty != 0;
+}
+
+void BareFilling::reread(sqlite3* db)
+{
+    qint64 bare = 0;
+    m_bare = singleInt(db, sql::kBareFillProbe, &bare) && bare != 0;
+    m_emptyAtGroupStart = false;
+}
+
+bool BareFilling::repairAtOpen(sqlite3* db, QString* reason)
+{
+    qint64 bare = 0;
+    if (!singleInt(db, sql::kBareFillProbe, &bare)) {
+        *reason = QString::fromUtf8(sqlite3_errmsg(db));
+        return false;
+    }
+    return bare == 0 || rebuildSearchSide(db, reason);
+}
+
+bool BareFilling::rebuildSearchSide(sqlite3* db, QString* reason)
+{
+    return execAll(db, sql::kRebuildSearchSide, reason);
+}
+
+} // namespace storage
