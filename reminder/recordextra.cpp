@@ -40,12 +40,21 @@ RecordExtra RecordExtra::fromJson(const QByteArray& json)
 
 QByteArray RecordExtra::toJson() const
 {
-    QVariantMap map;
-    map.insert(kLastContentTime, lastContentTime);
-    map.insert(kLastCompletedTime, lastCompletedTime);
-    map.insert(kLastPatternTime, lastPatternTime);
-    map.insert(kLastUnreadTime, lastUnreadTime);
-    return mapToJson(map);
+    const auto json = [](const RecordExtra& extra) {
+        QVariantMap map;
+        map.insert(kLastContentTime, extra.lastContentTime);
+        map.insert(kLastCompletedTime, extra.lastCompletedTime);
+        map.insert(kLastPatternTime, extra.lastPatternTime);
+        map.insert(kLastUnreadTime, extra.lastUnreadTime);
+        return mapToJson(map);
+    };
+    // Most records carry no pending change: their JSON is one and the same,
+    // made once and shared (a listing writes a hundred thousand of them).
+    if (*this == RecordExtra()) {
+        static const QByteArray noChange = json(RecordExtra());
+        return noChange;
+    }
+    return json(*this);
 }
 
 bool RecordExtra::readPlain(const QByteArray& json, RecordExtra* out)

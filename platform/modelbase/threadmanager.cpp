@@ -63,6 +63,11 @@ ThreadManager::~ThreadManager()
 {
     // The last tasks run, the upkeep is left for the next start.
     m_stopping.store(true, std::memory_order_relaxed);
+    {
+        // A worker waiting for its upkeep's time stops waiting.
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_queued.notify_all();
+    }
     QThread* thread = m_thread;
     if (QCoreApplication::instance()) {
         // Quit behind the queued tasks, so that they still run: they may be
@@ -99,7 +104,7 @@ void ThreadManager::invoke(std::function<void()>&& task, bool onMainThread)
 void ThreadManager::invokeWrite(std::function<void()>&& task, bool onMainThread)
 {
     if (task)
-        enqueue({std::move(task), true}, onMainThread);
+        enqueue({std::move(task), true, onMainThread && QCoreApplication::instance()}, onMainThread);
 }
 
 void ThreadManager::enqueue(Task&& task, bool onMainThread, bool counted)
@@ -109,7 +114,7 @@ void ThreadManager::enqueue(Task&& task, bool onMainThread, bool counted)
     // for them every kGroupPoll, so that a burst of writes handed in one by
     // one costs a wake-up per poll, not one per write. Any other task ends
     // the wait at once (its group is committed first).
-    const bool wake = !task.write;
+    bool wake = !task.write;
     {
         std::lock_guard<std::mutex> lock(m_mutex);
         if (counted) {
@@ -118,6 +123,8 @@ void ThreadManager::enqueue(Task&& task, bool onMainThread, bool counted)
                 ++m_mainThreadTasks;
         }
         m_queue.push_back(std::move(task));
+        // A worker that waits for its upkeep's time wakes for any task.
+        wake = wake || m_idleWaiting;
         // Said out loud for ThreadSanitizer: the worker may take the task
         // while waiting on m_queued, and a timed wait of libstdc++
         // (pthread_cond_clockwait) is not one the sanitizer follows.
@@ -152,10 +159,19 @@ void ThreadManager::drain()
                     // post no drain while this one runs).
                     if (!m_stopping.load(std::memory_order_relaxed)) {
                         lock.unlock();
-                        const bool more = storage::WriteBatch::idleStep();
+                        std::chrono::milliseconds retryIn;
+                        const bool more = storage::WriteBatch::idleStep(&retryIn);
                         lock.lock();
                         if (more || !m_queue.empty())
                             continue;
+                        if (retryIn.count() > 0 && !m_stopping.load(std::memory_order_relaxed)) {
+                            // Upkeep that waits for the writes to pause: the
+                            // worker waits with it, woken by any task.
+                            m_idleWaiting = true;
+                            m_queued.wait_for(lock, retryIn);
+                            m_idleWaiting = false;
+                            continue;
+                        }
                     }
                     // A task handed in from now on posts a new drain.
                     m_draining = false;
@@ -179,6 +195,8 @@ void ThreadManager::drain()
                     m_groupStarted = std::chrono::steady_clock::now();
                 }
                 task.run();
+                if (task.fromMain)
+                    m_spent.push_back(std::move(task.run));
                 if (std::chrono::steady_clock::now() - m_groupStarted >= kGroupMaxAge)
                     commitGroup();
             } else {
@@ -215,6 +233,13 @@ void ThreadManager::commitGroup()
                 call();
         });
         first = end;
+    }
+    if (!m_spent.empty()) {
+        std::vector<std::function<void()>> spent;
+        spent.swap(m_spent);
+        // Without an application to take them they go here.
+        if (QCoreApplication* app = QCoreApplication::instance())
+            CrossThread::post(app, [spent = std::move(spent)] {});
     }
 }
 

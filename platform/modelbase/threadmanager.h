@@ -65,6 +65,9 @@ private:
     {
         std::function<void()> run;
         bool write = false;
+        // Handed in from the main thread: once run, it goes back there to be
+        // destroyed (see m_spent).
+        bool fromMain = false;
     };
     struct Report
     {
@@ -92,7 +95,15 @@ private:
     mutable std::mutex m_mutex;
     std::condition_variable m_queued;
     std::deque<Task> m_queue;      // guarded by m_mutex
+    // The worker's own: write tasks from the main thread that have run in
+    // the open group. They were made there and are destroyed there, sent
+    // back with the group's reports: a write handed in per reminder (a
+    // listing) would otherwise have the worker free each one into the main
+    // thread's allocator, taking its lock while the main thread allocates
+    // the next writes.
+    std::vector<std::function<void()>> m_spent;
     bool m_draining = false;       // a drain is posted or running; m_mutex
+    bool m_idleWaiting = false;    // the worker waits for its upkeep's time; m_mutex
     quint64 m_tasks = 0;           // m_mutex
     quint64 m_mainThreadTasks = 0; // m_mutex
 

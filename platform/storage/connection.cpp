@@ -223,6 +223,7 @@ bool Connection::commitGroup()
         return true;
     const bool indexed = indexDeferred();
     m_groupOpen = false;
+    m_lastCommit = std::chrono::steady_clock::now();
     if (indexed && m_file->exec("COMMIT"))
         return true;
     sqlite3* db = handle();
@@ -282,11 +283,21 @@ bool Connection::prepareSearch()
     return indexDeferred();
 }
 
-bool Connection::finishBareFilling()
+// How long the writes must have paused before what filling bare left out is
+// built: longer than the gaps between the pieces of a listing.
+constexpr auto kBareFillingPause = std::chrono::milliseconds(500);
+
+bool Connection::finishBareFilling(std::chrono::milliseconds* retryIn)
 {
+    *retryIn = std::chrono::milliseconds::zero();
     SyncLocker lock(&m_mutex);
     if (!isOpen() || m_groupOpen || !m_bareFilling.isBare())
         return false;
+    const auto paused = std::chrono::steady_clock::now() - m_lastCommit;
+    if (paused < kBareFillingPause) {
+        *retryIn = std::chrono::ceil<std::chrono::milliseconds>(kBareFillingPause - paused);
+        return false;
+    }
     // Not retried at once when it failed (logged): the next idle time will.
     return prepareSearch();
 }

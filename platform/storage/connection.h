@@ -8,6 +8,8 @@
 #include <QMutex>
 #include <QString>
 
+#include <chrono>
+
 #include <optional>
 #include <vector>
 
@@ -108,9 +110,12 @@ public:
     // (indexDeferred). Call with the lock held. False (logged) on error.
     bool prepareSearch();
     // For a worker that has nothing else to do: builds what filling bare
-    // left out, as a transaction of its own; takes the lock. Whether there
-    // was anything to build.
-    bool finishBareFilling();
+    // left out, as a transaction of its own, once no group has been
+    // committed for a while (a listing that arrives in pieces stays bare
+    // from one piece to the next); takes the lock. Whether it built
+    // something; *retryIn: how long until the pause is long enough (zero
+    // when nothing waits for it).
+    bool finishBareFilling(std::chrono::milliseconds* retryIn);
 
 private:
     struct DeferredIndexWork
@@ -145,6 +150,7 @@ private:
     WriteKind m_write = WriteKind::None;
     std::vector<DeferredIndexWork> m_deferred;
     BareFilling m_bareFilling;
+    std::chrono::steady_clock::time_point m_lastCommit;
     // Made by ensureOpen(): at construction, or at the first use.
     std::optional<SqliteFile> m_file;
     SearchDirectory m_directory;

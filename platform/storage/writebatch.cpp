@@ -62,15 +62,21 @@ bool WriteBatch::isActive()
     return t_grouping;
 }
 
-bool WriteBatch::idleStep()
+bool WriteBatch::idleStep(std::chrono::milliseconds* retryIn)
 {
+    if (retryIn)
+        *retryIn = std::chrono::milliseconds::zero();
     if (t_grouping)
         return false;
     std::lock_guard<std::mutex> lock(registryMutex());
-    bool merged = false;
-    for (Connection* connection : registry())
-        merged = connection->finishBareFilling() || connection->mergeIndexStep() || merged;
-    return merged;
+    bool worked = false;
+    for (Connection* connection : registry()) {
+        std::chrono::milliseconds wait = std::chrono::milliseconds::zero();
+        worked = connection->finishBareFilling(&wait) || connection->mergeIndexStep() || worked;
+        if (retryIn && wait.count() > 0 && (retryIn->count() == 0 || wait < *retryIn))
+            *retryIn = wait;
+    }
+    return worked;
 }
 
 void WriteBatch::enter(Connection* connection)

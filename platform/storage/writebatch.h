@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+
 namespace storage {
 
 class Connection;
@@ -27,11 +29,14 @@ public:
     // Whether this thread groups its writes.
     static bool isActive();
 
-    // Upkeep for a worker with nothing else to do: one step of merging the
-    // search index of each open connection (Connection::mergeIndexStep),
-    // each step a short transaction of its own. True when a step merged
-    // something: call again while idle.
-    static bool idleStep();
+    // Upkeep for a worker with nothing else to do: for each open
+    // connection, building what filling bare left out once its writes have
+    // paused (Connection::finishBareFilling), else one step of merging its
+    // search index (Connection::mergeIndexStep), each a transaction of its
+    // own. True when a step did something: call again while idle. When
+    // there is work that waits for the writes' pause, *retryIn (if given)
+    // says when to call again; otherwise it is set to zero.
+    static bool idleStep(std::chrono::milliseconds* retryIn = nullptr);
 
     // Call before taking a connection's lock for a write. On the grouping
     // thread, a group open on another connection is committed first: two

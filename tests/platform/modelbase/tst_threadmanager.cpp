@@ -42,6 +42,8 @@ private slots:
     void taskFromInvokeFindsEarlierWritesCommitted();
     void reportOutsideAGroupIsPostedAtOnce();
     void idleWorkerMergesTheSearchIndex();
+    void idleWorkerBuildsWhatABareListingLeftOutOnceWritesPause();
+    void mainThreadWritesAreDestroyedOnTheMainThread();
 };
 
 namespace {
@@ -192,6 +194,84 @@ void TestThreadManager::idleWorkerMergesTheSearchIndex()
     QTRY_VERIFY_WITH_TIMEOUT(segments() < 4, 10000);
     QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
     QCOMPARE(store->idsWithKeyword(QStringLiteral("task 3")).size(), 11); // 3, 30-39
+}
+
+// A listing into an empty store is taken bare (the storage's indexes by
+// time and order and its search side are left for later). The worker builds
+// them by itself, but only once the writes have paused: a listing that
+// comes in pieces stays bare from one piece to the next.
+void TestThreadManager::idleWorkerBuildsWhatABareListingLeftOutOnceWritesPause()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    auto shared = std::make_unique<WriterAndReader>(dir.path(), 4);
+    ThreadManager* tm = ThreadManager::getInstance();
+    storage::ReminderStorage* store = shared->writer.reminderStorage();
+    const QString path = storage::UserStorageProvider::databasePath(dir.path(), 4);
+    const auto bare = [&path] {
+        storagetest::RawDb raw(path);
+        return raw.rows(QStringLiteral("SELECT name FROM sqlite_schema WHERE name = 'reminder_search_insert'"))
+            .isEmpty();
+    };
+    // Two pieces, a short gap between them.
+    for (int i = 0; i < 1000; ++i)
+        tm->invokeWrite([store, i] { store->save(record(i)); }, false);
+    QVERIFY(tm->waitForIdle());
+    QVERIFY(bare());
+    QTest::qWait(100);
+    for (int i = 1000; i < 2000; ++i)
+        tm->invokeWrite([store, i] { store->save(record(i)); }, false);
+    QVERIFY(tm->waitForIdle());
+    QVERIFY(bare());
+    // Then the pause: built without anyone asking.
+    QTRY_VERIFY_WITH_TIMEOUT(!bare(), 10000);
+    storagetest::RawDb raw(path);
+    QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
+    QCOMPARE(raw.rows(QStringLiteral("SELECT count(*) FROM reminder_search")), QStringList { "2000" });
+    QCOMPARE(store->idsWithKeyword(QStringLiteral("task 1999")), QStringList { "w1999" });
+}
+
+namespace {
+
+// Records the thread that destroys the copy of it that has run.
+struct DestroyedOn
+{
+    std::shared_ptr<std::atomic<bool>> ran;
+    std::shared_ptr<std::atomic<QThread*>> thread;
+    DestroyedOn(std::shared_ptr<std::atomic<bool>> r, std::shared_ptr<std::atomic<QThread*>> t)
+        : ran(std::move(r)), thread(std::move(t))
+    {
+    }
+    // Moved-from copies (the caller's lambda, once the task holds it) are
+    // empty and record nothing.
+    DestroyedOn(DestroyedOn&&) = default;
+    DestroyedOn(const DestroyedOn&) = default;
+    ~DestroyedOn()
+    {
+        if (ran && *ran)
+            *thread = QThread::currentThread();
+    }
+};
+
+} // namespace
+
+// A write task made on the main thread is destroyed there, once its group
+// has committed (the worker would otherwise free each into the main
+// thread's allocator, under its lock); any other task where it ran.
+void TestThreadManager::mainThreadWritesAreDestroyedOnTheMainThread()
+{
+    ThreadManager* tm = ThreadManager::getInstance();
+    for (const bool onMainThread : { true, false }) {
+        DestroyedOn witness { std::make_shared<std::atomic<bool>>(false),
+                              std::make_shared<std::atomic<QThread*>>(nullptr) };
+        const auto ran = witness.ran;
+        const auto thread = witness.thread;
+        tm->invokeWrite([w = std::move(witness)] { *w.ran = true; }, onMainThread);
+        QVERIFY(tm->waitForIdle());
+        QTRY_VERIFY(thread->load() != nullptr);
+        QVERIFY(ran->load());
+        QCOMPARE(thread->load(), onMainThread ? QThread::currentThread() : tm->workerThread());
+    }
 }
 
 void TestThreadManager::singleton()
