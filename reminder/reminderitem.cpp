@@ -125,6 +125,10 @@ ReminderItem::~ReminderItem()
 {
     // Views let go on this signal, before anything of the item is gone.
     emit startDestroy();
+    for (ShowTimeSlot& slot : m_showTimeSlots) {
+        if (slot.index)
+            slot.index->forget(this);
+    }
     delete m_quoteMsgItem;
     m_quoteMsgItem = nullptr;
     m_content.reset();
@@ -174,6 +178,10 @@ void ReminderItem::setShowRemindTime(qint64 time)
     if (m_reminder.show_remind_time() == time)
         return;
     m_reminder.set_show_remind_time(time);
+    for (ShowTimeSlot& slot : m_showTimeSlots) {
+        if (slot.index)
+            slot.index->update(this);
+    }
     emit showRemindTimeChanged();
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "reminder_global.h"
+#include "showtimeindex.h"
 
 #include "im/content/reminder.pb.h"
 
@@ -181,6 +182,18 @@ signals:
 private:
     // Reads the id in place, without a copy of the string per lookup.
     friend class ItemIndex;
+    // Keeps its entry for this item in one of the slots below.
+    friend class ShowTimeIndex;
+    struct ShowTimeSlot
+    {
+        ShowTimeIndex* index = nullptr;
+        size_t position = 0;
+        ShowTimeIndex::Entry entry;
+    };
+    // The show-time indexes (of the lists that hold this item open) that
+    // this item tells of a new shown time itself: two, a main list and a
+    // search list. Mutable: an index holds its items as const.
+    mutable ShowTimeSlot m_showTimeSlots[2];
     void init();
     void copyPatternToMessage();
     void takeRepeatFields(const im::content::Reminder& msg);

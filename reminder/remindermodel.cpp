@@ -597,35 +597,41 @@ int ReminderModel::overdueCount()
     if (!m_showIndexBuilt) {
         std::vector<const ReminderItem*> items;
         items.reserve(size_t(m_openItems.size()));
-        for (const ReminderItemPtr& item : std::as_const(m_openItems)) {
+        for (const ReminderItemPtr& item : std::as_const(m_openItems))
             items.push_back(item.data());
-            if (!m_showConnections.contains(item.data()))
-                m_showConnections.insert(item.data(), connectShowTime(item));
+        for (const ReminderItem* item : m_showIndex.assign(items)) {
+            if (!m_showConnections.contains(item))
+                m_showConnections.insert(item, connectShowTime(item));
         }
-        m_showIndex.assign(items);
         m_showIndexBuilt = true;
     }
     return m_showIndex.countBetween(0, m_account->currentServerTime());
 }
 
-QMetaObject::Connection ReminderModel::connectShowTime(const ReminderItemPtr& item)
+QMetaObject::Connection ReminderModel::connectShowTime(const ReminderItem* item)
 {
     // Direct: the count must see the new time as soon as the setter returns.
-    const ReminderItem* raw = item.data();
-    return connect(item.data(), &ReminderItem::showRemindTimeChanged, this,
-                   [this, raw] { m_showIndex.update(raw); }, Qt::DirectConnection);
+    return connect(item, &ReminderItem::showRemindTimeChanged, this, [this, item] { m_showIndex.update(item); },
+                   Qt::DirectConnection);
 }
 
 void ReminderModel::indexOpen(const ReminderItemPtr& item)
 {
-    if (m_showIndexBuilt && m_showIndex.add(item.data()))
-        m_showConnections.insert(item.data(), connectShowTime(item));
+    // Most items tell the index of a new time themselves; only one held by
+    // more indexes than it has room for needs the signal.
+    if (m_showIndexBuilt && m_showIndex.add(item.data()) == ShowTimeIndex::Added::NeedsSignal)
+        m_showConnections.insert(item.data(), connectShowTime(item.data()));
 }
 
 void ReminderModel::unindexOpen(const ReminderItemPtr& item)
 {
-    if (m_showIndexBuilt && m_showIndex.remove(item.data()))
-        disconnect(m_showConnections.take(item.data()));
+    if (m_showIndexBuilt && m_showIndex.remove(item.data())) {
+        const auto it = m_showConnections.constFind(item.data());
+        if (it != m_showConnections.constEnd()) {
+            disconnect(it.value());
+            m_showConnections.erase(it);
+        }
+    }
 }
 
 void ReminderModel::dropShowIndex()

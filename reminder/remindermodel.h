@@ -173,7 +173,7 @@ private:
     void indexOpen(const ReminderItemPtr& item);
     void unindexOpen(const ReminderItemPtr& item);
     void dropShowIndex();
-    QMetaObject::Connection connectShowTime(const ReminderItemPtr& item);
+    QMetaObject::Connection connectShowTime(const ReminderItem* item);
 
     QHash<int, QByteArray> m_roleNames;
     AccountBase* m_account = nullptr;

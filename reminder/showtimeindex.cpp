@@ -10,59 +10,118 @@ namespace {
 constexpr size_t kBlockSize = 512;
 } // namespace
 
-void ShowTimeIndex::assign(const std::vector<const ReminderItem*>& items)
+ShowTimeIndex::~ShowTimeIndex()
 {
     clear();
-    m_entries.reserve(qsizetype(items.size()));
+}
+
+ShowTimeIndex::Entry* ShowTimeIndex::entryOf(const ReminderItem* item)
+{
+    for (ReminderItem::ShowTimeSlot& slot : item->m_showTimeSlots) {
+        if (slot.index == this)
+            return &slot.entry;
+    }
+    const auto it = m_overflow.find(item);
+    return it == m_overflow.end() ? nullptr : &it.value();
+}
+
+ShowTimeIndex::Added ShowTimeIndex::hold(const ReminderItem* item, Entry** entry)
+{
+    if ((*entry = entryOf(item)))
+        return Added::Again;
+    for (ReminderItem::ShowTimeSlot& slot : item->m_showTimeSlots) {
+        if (slot.index)
+            continue;
+        slot.index = this;
+        slot.position = m_watching.size();
+        slot.entry = Entry { item->showRemindTime(), 0 };
+        m_watching.push_back(item);
+        *entry = &slot.entry;
+        return Added::Watched;
+    }
+    *entry = &m_overflow.insert(item, Entry { item->showRemindTime(), 0 }).value();
+    return Added::NeedsSignal;
+}
+
+void ShowTimeIndex::release(const ReminderItem* item)
+{
+    for (ReminderItem::ShowTimeSlot& slot : item->m_showTimeSlots) {
+        if (slot.index != this)
+            continue;
+        const ReminderItem* last = m_watching.back();
+        m_watching[slot.position] = last;
+        for (ReminderItem::ShowTimeSlot& moved : last->m_showTimeSlots) {
+            if (moved.index == this)
+                moved.position = slot.position;
+        }
+        m_watching.pop_back();
+        slot = ReminderItem::ShowTimeSlot();
+        return;
+    }
+    m_overflow.remove(item);
+}
+
+std::vector<const ReminderItem*> ShowTimeIndex::assign(const std::vector<const ReminderItem*>& items)
+{
+    clear();
+    m_watching.reserve(items.size());
+    std::vector<const ReminderItem*> needSignal;
     std::vector<qint64> times;
     times.reserve(items.size());
     for (const ReminderItem* item : items) {
-        auto it = m_entries.find(item);
-        if (it == m_entries.end())
-            it = m_entries.insert(item, Entry { item->showRemindTime(), 0 });
-        ++it->copies;
-        times.push_back(it->time);
+        Entry* entry = nullptr;
+        if (hold(item, &entry) == Added::NeedsSignal)
+            needSignal.push_back(item);
+        ++entry->copies;
+        times.push_back(entry->time);
     }
     std::sort(times.begin(), times.end());
     for (size_t first = 0; first < times.size(); first += kBlockSize)
         m_blocks.emplace_back(times.begin() + qsizetype(first),
                               times.begin() + qsizetype(std::min(times.size(), first + kBlockSize)));
+    return needSignal;
 }
 
-bool ShowTimeIndex::add(const ReminderItem* item)
+ShowTimeIndex::Added ShowTimeIndex::add(const ReminderItem* item)
 {
-    auto it = m_entries.find(item);
-    const bool first = it == m_entries.end();
-    if (first)
-        it = m_entries.insert(item, Entry { item->showRemindTime(), 0 });
-    ++it->copies;
-    insertTime(it->time, 1);
-    return first;
+    Entry* entry = nullptr;
+    const Added added = hold(item, &entry);
+    ++entry->copies;
+    insertTime(entry->time, 1);
+    return added;
 }
 
 bool ShowTimeIndex::remove(const ReminderItem* item)
 {
-    auto it = m_entries.find(item);
-    if (it == m_entries.end())
+    Entry* entry = entryOf(item);
+    if (!entry)
         return false;
-    eraseTime(it->time, 1);
-    if (--it->copies > 0)
+    eraseTime(entry->time, 1);
+    if (--entry->copies > 0)
         return false;
-    m_entries.erase(it);
+    release(item);
     return true;
+}
+
+void ShowTimeIndex::forget(const ReminderItem* item)
+{
+    if (Entry* entry = entryOf(item)) {
+        eraseTime(entry->time, entry->copies);
+        release(item);
+    }
 }
 
 void ShowTimeIndex::update(const ReminderItem* item)
 {
-    auto it = m_entries.find(item);
-    if (it == m_entries.end())
+    Entry* entry = entryOf(item);
+    if (!entry)
         return;
     const qint64 time = item->showRemindTime();
-    if (time == it->time)
+    if (time == entry->time)
         return;
-    eraseTime(it->time, it->copies);
-    it->time = time;
-    insertTime(time, it->copies);
+    eraseTime(entry->time, entry->copies);
+    entry->time = time;
+    insertTime(time, entry->copies);
 }
 
 int ShowTimeIndex::countBetween(qint64 after, qint64 before) const
@@ -74,7 +133,14 @@ int ShowTimeIndex::countBetween(qint64 after, qint64 before) const
 
 void ShowTimeIndex::clear()
 {
-    m_entries.clear();
+    for (const ReminderItem* item : m_watching) {
+        for (ReminderItem::ShowTimeSlot& slot : item->m_showTimeSlots) {
+            if (slot.index == this)
+                slot = ReminderItem::ShowTimeSlot();
+        }
+    }
+    m_watching.clear();
+    m_overflow.clear();
     m_blocks.clear();
 }
 

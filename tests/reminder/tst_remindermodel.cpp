@@ -276,6 +276,7 @@ private slots:
     void overdueCountCountsOpenItemsBeforeNow_data();
     void overdueCountCountsOpenItemsBeforeNow();
     void overdueCountWithoutAccountIsZero();
+    void overdueCountOfAnItemInManyListsFollowsItsTime();
     void overdueCountFollowsEveryChangeOfTheList_data();
     void overdueCountFollowsEveryChangeOfTheList();
     void resetEmitsModelReset();
@@ -1550,6 +1551,49 @@ void TestReminderModel::overdueCountWithoutAccountIsZero()
     item->setShowRemindTime(1600000000000);
     model.insert(item);
     QCOMPARE(model.overdueCount(), 0);
+}
+
+// An item tells the indexes of up to two lists of a new shown time itself;
+// in more lists, the others follow its signal. Every list's count follows
+// it, also once lists drop it or go away before it does.
+void TestReminderModel::overdueCountOfAnItemInManyListsFollowsItsTime()
+{
+    const qint64 now = 1700000000000;
+    network::NetworkSubject::instance()->setFixedTime(now);
+    TestAccount account;
+    const ReminderItemPtr shared = makeItem(QStringLiteral("shared"), 100);
+    shared->setShowRemindTime(now + 60000);
+    std::vector<std::unique_ptr<ReminderModel>> models;
+    for (int i = 0; i < 4; ++i) {
+        models.push_back(std::make_unique<ReminderModel>(account.get()));
+        // Built before and after the item comes in.
+        if (i % 2 == 0)
+            QCOMPARE(models.back()->overdueCount(), 0);
+        models.back()->insert(shared);
+        QCOMPARE(models.back()->overdueCount(), 0);
+    }
+    shared->setShowRemindTime(now - 1);
+    for (const auto& model : models)
+        QCOMPARE(model->overdueCount(), 1);
+
+    // One list drops it, one goes away: the others still follow.
+    models[0]->removeById(QStringLiteral("shared"));
+    QCOMPARE(models[0]->overdueCount(), 0);
+    models.erase(models.begin() + 1);
+    shared->setShowRemindTime(now + 60000);
+    for (const auto& model : models)
+        QCOMPARE(model->overdueCount(), 0);
+    shared->setShowRemindTime(now - 5);
+    QCOMPARE(models[0]->overdueCount(), 0);
+    QCOMPARE(models[1]->overdueCount(), 1);
+    QCOMPARE(models[2]->overdueCount(), 1);
+    // A list added now takes a slot freed by the ones before.
+    models.push_back(std::make_unique<ReminderModel>(account.get()));
+    models.back()->insert(shared);
+    QCOMPARE(models.back()->overdueCount(), 1);
+    shared->setShowRemindTime(now + 5);
+    for (const auto& model : models)
+        QCOMPARE(model->overdueCount(), 0);
 }
 
 // The count is kept in an index of the open items' shown times; every way
