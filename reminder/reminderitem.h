@@ -187,7 +187,6 @@ private:
     struct ShowTimeSlot
     {
         ShowTimeIndex* index = nullptr;
-        size_t position = 0;
         ShowTimeIndex::Entry entry;
     };
     // The show-time indexes (of the lists that hold this item open) that

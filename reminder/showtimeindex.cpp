@@ -33,13 +33,12 @@ ShowTimeIndex::Added ShowTimeIndex::hold(const ReminderItem* item, Entry** entry
         if (slot.index)
             continue;
         slot.index = this;
-        slot.position = m_watching.size();
-        slot.entry = Entry { item->showRemindTime(), 0 };
+        slot.entry = Entry { item->showRemindTime(), 0, quint32(m_watching.size()) };
         m_watching.push_back(item);
         *entry = &slot.entry;
         return Added::Watched;
     }
-    *entry = &m_overflow.insert(item, Entry { item->showRemindTime(), 0 }).value();
+    *entry = &m_overflow.insert(item, Entry { item->showRemindTime(), 0, 0 }).value();
     return Added::NeedsSignal;
 }
 
@@ -49,10 +48,10 @@ void ShowTimeIndex::release(const ReminderItem* item)
         if (slot.index != this)
             continue;
         const ReminderItem* last = m_watching.back();
-        m_watching[slot.position] = last;
+        m_watching[slot.entry.position] = last;
         for (ReminderItem::ShowTimeSlot& moved : last->m_showTimeSlots) {
             if (moved.index == this)
-                moved.position = slot.position;
+                moved.entry.position = slot.entry.position;
         }
         m_watching.pop_back();
         slot = ReminderItem::ShowTimeSlot();

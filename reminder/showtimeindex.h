@@ -56,7 +56,9 @@ public:
     struct Entry
     {
         qint64 time = 0;
-        int copies = 0;
+        qint32 copies = 0;
+        // The item's place among those watching the index (in a slot only).
+        quint32 position = 0;
     };
 
 private:
