@@ -1,5 +1,6 @@
 #include "barefilling.h"
 
+#include "sqliteutil_p.h"
 #include "storagesql.h"
 
 #include <sqlite3.h>
@@ -19,18 +20,6 @@ bool singleInt(sqlite3* db, const char* sql, qint64* value)
         *value = sqlite3_column_int64(stmt, 0);
     sqlite3_finalize(stmt);
     return ok;
-}
-
-bool execAll(sqlite3* db, const char* sql, QString* reason)
-{
-    char* message = nullptr;
-    const int rc = sqlite3_exec(db, sql, nullptr, nullptr, &message);
-    if (rc != SQLITE_OK) {
-        *reason = QString::fromUtf8(message ? message : sqlite3_errstr(rc));
-        sqlite3_free(message);
-        return false;
-    }
-    return true;
 }
 
 } // namespace
@@ -65,7 +54,7 @@ bool BareFilling::repairAtOpen(sqlite3* db, QString* reason)
 
 bool BareFilling::rebuildSearchSide(sqlite3* db, QString* reason)
 {
-    return execAll(db, sql::kRebuildSearchSide, reason);
+    return detail::execAll(db, sql::kRebuildSearchSide, reason);
 }
 
 } // namespace storage

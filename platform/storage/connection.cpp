@@ -29,18 +29,6 @@ void foldFunction(sqlite3_context* ctx, int argc, sqlite3_value** argv)
     sqlite3_result_text(ctx, folded.constData(), int(folded.size()), SQLITE_TRANSIENT);
 }
 
-bool execAll(sqlite3* db, const char* sql, QString* reason)
-{
-    char* message = nullptr;
-    const int rc = sqlite3_exec(db, sql, nullptr, nullptr, &message);
-    if (rc != SQLITE_OK) {
-        *reason = QString::fromUtf8(message ? message : sqlite3_errstr(rc));
-        sqlite3_free(message);
-        return false;
-    }
-    return true;
-}
-
 SqliteSchema accountSchema(Connection* connection, void (*deferFunction)(sqlite3_context*, int, sqlite3_value**))
 {
     SqliteSchema schema;
@@ -68,10 +56,10 @@ SqliteSchema accountSchema(Connection* connection, void (*deferFunction)(sqlite3
         if (fromVersion >= sql::kSchemaVersion)
             return true;
         if (fromVersion < 4
-            && !(execAll(db, sql::kDropSearchSide, reason) && execAll(db, sql::kCreateSchema, reason)
+            && !(detail::execAll(db, sql::kDropSearchSide, reason) && detail::execAll(db, sql::kCreateSchema, reason)
                  && BareFilling::rebuildSearchSide(db, reason)))
             return false;
-        return execAll(db, sql::kFtsMergeSettings, reason);
+        return detail::execAll(db, sql::kFtsMergeSettings, reason);
     };
     schema.repair = &BareFilling::repairAtOpen;
     return schema;

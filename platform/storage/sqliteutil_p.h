@@ -12,6 +12,21 @@
 
 namespace storage::detail {
 
+// Runs statements without results on a bare handle (while the file is
+// being opened, before the connection's own exec); false with SQLite's
+// message as the reason.
+inline bool execAll(sqlite3* db, const char* sql, QString* reason)
+{
+    char* message = nullptr;
+    const int rc = sqlite3_exec(db, sql, nullptr, nullptr, &message);
+    if (rc != SQLITE_OK) {
+        *reason = QString::fromUtf8(message ? message : sqlite3_errstr(rc));
+        sqlite3_free(message);
+        return false;
+    }
+    return true;
+}
+
 // Resets a cached statement (and drops its bindings) when the scope ends,
 // so that no statement keeps a read transaction open between calls.
 class StatementScope

@@ -36,6 +36,19 @@ QStringList idsContaining(const QMap<QString, QString>& texts, const QString& ke
     ids.sort();
     return ids;
 }
+
+// What the search must answer, as Qt compares: the ids of the records whose
+// text holds the keyword, the corpus being saved in ascending order time
+// (so the answer comes newest first).
+QStringList containingInOrder(const QList<storage::ReminderInfo>& corpus, const QString& keyword)
+{
+    QStringList ids;
+    for (auto it = corpus.crbegin(); it != corpus.crend(); ++it) {
+        if (it->text.contains(keyword, Qt::CaseInsensitive))
+            ids << it->id;
+    }
+    return ids;
+}
 } // namespace
 
 class TestReminderStorage : public QObject
@@ -690,12 +703,7 @@ void TestReminderStorage::keyword()
     QVERIFY(store()->saveAll(corpus));
 
     // The expectation agrees with a plain case-insensitive contains test.
-    QStringList oracle;
-    for (auto it = corpus.crbegin(); it != corpus.crend(); ++it) {
-        if (it->text.contains(keyword, Qt::CaseInsensitive))
-            oracle << it->id;
-    }
-    QCOMPARE(expected, oracle);
+    QCOMPARE(expected, containingInOrder(corpus, keyword));
 
     QCOMPARE(idsOf(store()->infosWithKeyword(keyword)), expected);
     QVERIFY(storagetest::storageLogLines().isEmpty());
@@ -754,12 +762,7 @@ void TestReminderStorage::keywordSyntaxIsLiteral()
     };
     QVERIFY(store()->saveAll(corpus));
 
-    QStringList oracle;
-    for (auto it = corpus.crbegin(); it != corpus.crend(); ++it) {
-        if (it->text.contains(keyword, Qt::CaseInsensitive))
-            oracle << it->id;
-    }
-    QCOMPARE(expected, oracle);
+    QCOMPARE(expected, containingInOrder(corpus, keyword));
 
     QCOMPARE(idsOf(store()->infosWithKeyword(keyword)), expected);
     QCOMPARE(idsOf(store()->infosWithKeyword(keyword, 1)), expected.mid(0, 1));
@@ -808,12 +811,7 @@ void TestReminderStorage::keywordWithNulCharacterIsMatchedLiterally()
     };
     QVERIFY(store()->saveAll(corpus));
 
-    QStringList oracle;
-    for (auto it = corpus.crbegin(); it != corpus.crend(); ++it) {
-        if (it->text.contains(keyword, Qt::CaseInsensitive))
-            oracle << it->id;
-    }
-    QCOMPARE(expected, oracle);
+    QCOMPARE(expected, containingInOrder(corpus, keyword));
 
     QCOMPARE(idsOf(store()->infosWithKeyword(keyword)), expected);
     QCOMPARE(idsOf(store()->infosWithKeyword(keyword, 1)), expected.mid(0, 1));
@@ -858,12 +856,7 @@ void TestReminderStorage::keywordWithNoncharactersIsMatchedExactly()
     };
     QVERIFY(store()->saveAll(corpus));
 
-    QStringList oracle;
-    for (auto it = corpus.crbegin(); it != corpus.crend(); ++it) {
-        if (it->text.contains(keyword, Qt::CaseInsensitive))
-            oracle << it->id;
-    }
-    QCOMPARE(expected, oracle);
+    QCOMPARE(expected, containingInOrder(corpus, keyword));
 
     QCOMPARE(idsOf(store()->infosWithKeyword(keyword)), expected);
     QCOMPARE(store()->idsWithKeyword(keyword), expected);
@@ -907,12 +900,7 @@ void TestReminderStorage::keywordCaseFoldsAsQtDoesBeyondTheIndex()
     };
     QVERIFY(store()->saveAll(corpus));
 
-    QStringList oracle;
-    for (auto it = corpus.crbegin(); it != corpus.crend(); ++it) {
-        if (it->text.contains(keyword, Qt::CaseInsensitive))
-            oracle << it->id;
-    }
-    QCOMPARE(expected, oracle);
+    QCOMPARE(expected, containingInOrder(corpus, keyword));
 
     QCOMPARE(idsOf(store()->infosWithKeyword(keyword)), expected);
     QVERIFY(storagetest::storageLogLines().isEmpty());
