@@ -248,19 +248,25 @@ bool Connection::buildBareLeftovers()
 bool Connection::prepareSearch()
 {
     if (m_bareFilling.isBare()) {
-        // Inside the open group, the build joins it; otherwise it is a
-        // transaction of its own.
+        // Inside the open group, the build joins it as a savepoint (a
+        // failed build is taken back, the group's writes stay); otherwise
+        // it is a transaction of its own.
         const bool own = !m_groupOpen;
-        if (own && !m_file->exec("BEGIN IMMEDIATE"))
+        if (!m_file->exec(own ? "BEGIN IMMEDIATE" : "SAVEPOINT storage_bare_build"))
             return false;
         bool ok = buildBareLeftovers();
+        sqlite3* db = handle();
         if (own) {
             ok = ok && m_file->exec("COMMIT");
-            if (!ok) {
-                sqlite3* db = handle();
-                if (db && !sqlite3_get_autocommit(db))
-                    m_file->exec("ROLLBACK");
+            if (!ok && db && !sqlite3_get_autocommit(db))
+                m_file->exec("ROLLBACK");
+        } else if (!ok) {
+            if (db && !sqlite3_get_autocommit(db)) {
+                m_file->exec("ROLLBACK TO storage_bare_build");
+                m_file->exec("RELEASE storage_bare_build");
             }
+        } else {
+            ok = m_file->exec("RELEASE storage_bare_build");
         }
         if (!ok) {
             checkGroupAlive();
