@@ -1,5 +1,6 @@
 #include "barefilling.h"
 
+#include "sqlitefile.h"
 #include "sqliteutil_p.h"
 #include "storagesql.h"
 
@@ -24,9 +25,24 @@ bool singleInt(sqlite3* db, const char* sql, qint64* value)
 
 } // namespace
 
-const char* const BareFilling::kStartSql = sql::kBareFillStart;
-const char* const BareFilling::kFinishSql = sql::kRebuildSearchSide;
-const char* const BareFilling::kSchemaSql = sql::kCreateSchema;
+bool BareFilling::recordInserted(SqliteFile& file)
+{
+    if (m_bare || !m_emptyAtGroupStart || ++m_groupInserts < kThreshold)
+        return false;
+    m_emptyAtGroupStart = false;
+    m_bare = file.exec(sql::kBareFillStart);
+    return m_bare;
+}
+
+bool BareFilling::finish(SqliteFile& file)
+{
+    if (!m_bare)
+        return true;
+    if (!file.exec(sql::kRebuildSearchSide) || !file.exec(sql::kCreateSchema))
+        return false;
+    m_bare = false;
+    return true;
+}
 
 void BareFilling::groupBegun(sqlite3* db)
 {

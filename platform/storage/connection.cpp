@@ -233,7 +233,7 @@ void Connection::recordInserted()
 {
     if (!m_groupOpen)
         return;
-    if (m_bareFilling.recordInserted([this](const char* sql) { return m_file->exec(sql); })) {
+    if (m_bareFilling.recordInserted(*m_file)) {
         // The rebuild covers the rows whose index work was put off.
         m_deferred.clear();
     }
@@ -242,7 +242,7 @@ void Connection::recordInserted()
 bool Connection::buildBareLeftovers()
 {
     m_directory.detach();
-    return m_bareFilling.finish([this](const char* sql) { return m_file->exec(sql); });
+    return m_bareFilling.finish(*m_file);
 }
 
 bool Connection::prepareSearch()
