@@ -21,6 +21,8 @@
 // clean close (open.clean: only the file's header is checked), and a copy
 // of its files taken while it was open, as a killed process leaves them, is
 // opened (open.unclean: every page is read). "--count N" runs one size.
+// list.growth.10000_100000: the listing's time per reminder at 100,000
+// over that at 10,000.
 //
 // Both are checked: the listing gives every reminder in the list and in the
 // store, with their decrypted texts; the load gives the same reminders. The
@@ -51,6 +53,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QList>
+#include <QMap>
 #include <QPair>
 #include <QTemporaryDir>
 #include <QTime>
@@ -348,6 +351,8 @@ int main(int argc, char** argv)
         if (qstrcmp(argv[i], "--count") == 0)
             counts = { QByteArray(argv[i + 1]).toInt() };
     }
+    // The listing's time per reminder at each size, for its growth.
+    QMap<int, double> listPerReminder;
     for (int count : std::as_const(counts)) {
         // The server only prepares the listing; its file may live in memory.
         QTemporaryDir setupDir(QFileInfo(QStringLiteral("/dev/shm")).isWritable()
@@ -387,6 +392,11 @@ int main(int argc, char** argv)
         std::printf("BENCH sync.open.unclean.%d %.2f ms\n", count, bestOpenUnclean);
         std::printf("#   %d: list %.2f us/reminder, loadLocal %.2f us/reminder\n", count, bestList * 1000 / count,
                     bestLoad * 1000 / count);
+        listPerReminder.insert(count, bestList / count);
+        if (count == 100000 && listPerReminder.contains(10000)) {
+            std::printf("BENCH sync.list.growth.10000_100000 %.2f x\n",
+                        listPerReminder.value(100000) / listPerReminder.value(10000));
+        }
         std::printf("# checked every run: %d reminders listed and stored with their texts, %d loaded back\n",
                     count, count);
         std::fflush(stdout);

@@ -79,12 +79,14 @@ QString firstWords(const char* sql)
 
 } // namespace
 
-SqliteFile::SqliteFile(const QString& path, const QString& logPrefix, SqliteSchema schema, Threading threading)
+SqliteFile::SqliteFile(const QString& path, const QString& logPrefix, SqliteSchema schema, Threading threading,
+                       Checkpoints checkpoints)
     : m_path(path),
       m_logPrefix(logPrefix),
       m_schema(std::move(schema)),
       m_openFlags(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE
-                  | (threading == Threading::Shared ? SQLITE_OPEN_FULLMUTEX : SQLITE_OPEN_NOMUTEX))
+                  | (threading == Threading::Shared ? SQLITE_OPEN_FULLMUTEX : SQLITE_OPEN_NOMUTEX)),
+      m_checkpoints(checkpoints)
 {
     const QFileInfo info(m_path);
     if (!QDir().mkpath(info.absolutePath())) {
@@ -240,8 +242,15 @@ bool SqliteFile::openAndCheck(QString* reason, int* code)
     if (!execRaw(m_db, "PRAGMA cache_size=-16384", reason, code))
         return false;
     // Fewer, larger checkpoints: a page that many commits rewrote reaches
-    // the main file once per checkpoint, not once per thousand pages.
-    if (!execRaw(m_db, "PRAGMA wal_autocheckpoint=8192", reason, code))
+    // the main file once per checkpoint, not once per thousand pages. The
+    // hook replaces SQLite's own checkpointing by commits.
+    m_uncheckpointed = 0;
+    sqlite3_wal_hook(m_db, &SqliteFile::walCommitted, this);
+    // A burst of writes can leave a log of many megabytes; once it has been
+    // copied, the next write cuts it back to this size instead of keeping
+    // the disk space until the file closes.
+    static_assert(kLogSizeLimit == 33554432, "the pragma below says the same");
+    if (!execRaw(m_db, "PRAGMA journal_size_limit=33554432", reason, code))
         return false;
 
     sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
@@ -335,6 +344,37 @@ bool SqliteFile::checkExistingTables(QString* reason, int* code)
             return false;
         }
     }
+    return true;
+}
+
+int SqliteFile::walCommitted(void* self, sqlite3* db, const char* dbName, int pages)
+{
+    auto* file = static_cast<SqliteFile*>(self);
+    file->m_uncheckpointed = pages;
+    const int bound = file->m_checkpoints == Checkpoints::ByCommits ? kCommitCheckpointPages : kCheckpointBound;
+    if (pages >= bound) {
+        // As SQLite's own checkpointing by commits does it: passive, and an
+        // error leaves the commit as it is (the pages stay in the log).
+        int logged = 0;
+        int copied = 0;
+        if (sqlite3_wal_checkpoint_v2(db, dbName, SQLITE_CHECKPOINT_PASSIVE, &logged, &copied) == SQLITE_OK)
+            file->m_uncheckpointed = logged - copied;
+    }
+    return SQLITE_OK;
+}
+
+bool SqliteFile::checkpoint()
+{
+    if (!m_db)
+        return false;
+    int logged = 0;
+    int copied = 0;
+    const int rc = sqlite3_wal_checkpoint_v2(m_db, nullptr, SQLITE_CHECKPOINT_PASSIVE, &logged, &copied);
+    if (rc != SQLITE_OK) {
+        logError("checkpointing the log");
+        return false;
+    }
+    m_uncheckpointed = logged < 0 ? 0 : logged - copied;
     return true;
 }
 

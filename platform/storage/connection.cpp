@@ -83,7 +83,7 @@ bool Connection::ensureOpen()
     // would have had it been opened at construction.
     if (!m_file) {
         m_file.emplace(m_path, QStringLiteral("storage"), accountSchema(this, &Connection::deferFunction),
-                       SqliteFile::Threading::Shared);
+                       SqliteFile::Threading::Shared, SqliteFile::Checkpoints::WhenAsked);
         if (m_file->isOpen())
             m_bareFilling.reread(handle());
     }
@@ -277,23 +277,43 @@ bool Connection::prepareSearch()
     return indexDeferred();
 }
 
-// How long the writes must have paused before what filling bare left out is
-// built: longer than the gaps between the pieces of a listing.
-constexpr auto kBareFillingPause = std::chrono::milliseconds(500);
+// How long the writes must have paused before idle work that writes much
+// (building what filling bare left out, checkpointing) starts: longer than
+// the gaps between the pieces of a listing.
+constexpr auto kWritesPaused = std::chrono::milliseconds(500);
+// Fewer pages than this stay in the log when the writes pause: each
+// checkpoint syncs the main file, so a few small writes do not each pay one.
+constexpr int kIdleCheckpointPages = 1024;
+
+bool Connection::writesPaused(std::chrono::milliseconds* retryIn) const
+{
+    const auto paused = std::chrono::steady_clock::now() - m_lastCommit;
+    if (paused >= kWritesPaused)
+        return true;
+    *retryIn = std::chrono::ceil<std::chrono::milliseconds>(kWritesPaused - paused);
+    return false;
+}
 
 bool Connection::finishBareFilling(std::chrono::milliseconds* retryIn)
 {
     *retryIn = std::chrono::milliseconds::zero();
     SyncLocker lock(&m_mutex);
-    if (!isOpen() || m_groupOpen || !m_bareFilling.isBare())
+    if (!isOpen() || m_groupOpen || !m_bareFilling.isBare() || !writesPaused(retryIn))
         return false;
-    const auto paused = std::chrono::steady_clock::now() - m_lastCommit;
-    if (paused < kBareFillingPause) {
-        *retryIn = std::chrono::ceil<std::chrono::milliseconds>(kBareFillingPause - paused);
-        return false;
-    }
     // Not retried at once when it failed (logged): the next idle time will.
     return prepareSearch();
+}
+
+bool Connection::checkpointStep(std::chrono::milliseconds* retryIn)
+{
+    *retryIn = std::chrono::milliseconds::zero();
+    SyncLocker lock(&m_mutex);
+    if (!isOpen() || m_groupOpen || m_file->uncheckpointedPages() < kIdleCheckpointPages || !writesPaused(retryIn))
+        return false;
+    // A reader that holds the log back leaves pages uncopied: not retried
+    // before the next commit says how many the log holds.
+    const int before = m_file->uncheckpointedPages();
+    return m_file->checkpoint() && m_file->uncheckpointedPages() < before;
 }
 
 bool Connection::mergeIndexStep()

@@ -116,6 +116,12 @@ public:
     // something; *retryIn: how long until the pause is long enough (zero
     // when nothing waits for it).
     bool finishBareFilling(std::chrono::milliseconds* retryIn);
+    // For a worker that has nothing else to do: copies the write-ahead log
+    // into the main file once no group has been committed for a while, so
+    // that a burst of writes does not stall on a checkpoint of its own
+    // (SqliteFile::Checkpoints::WhenAsked); takes the lock. Whether it
+    // copied something; *retryIn as for finishBareFilling.
+    bool checkpointStep(std::chrono::milliseconds* retryIn);
 
 private:
     struct DeferredIndexWork
@@ -134,6 +140,9 @@ private:
     void rolledBack();
     // BareFilling::finish with the search directory detached first.
     bool buildBareLeftovers();
+    // Whether no group has been committed for a while; if not, *retryIn
+    // says how long until then.
+    bool writesPaused(std::chrono::milliseconds* retryIn) const;
 
     enum class WriteKind {
         None,

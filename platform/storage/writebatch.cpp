@@ -70,11 +70,21 @@ bool WriteBatch::idleStep(std::chrono::milliseconds* retryIn)
         return false;
     std::lock_guard<std::mutex> lock(registryMutex());
     bool worked = false;
-    for (Connection* connection : registry()) {
-        std::chrono::milliseconds wait = std::chrono::milliseconds::zero();
-        worked = connection->finishBareFilling(&wait) || connection->mergeIndexStep() || worked;
+    const auto waitAtMost = [retryIn](std::chrono::milliseconds wait) {
         if (retryIn && wait.count() > 0 && (retryIn->count() == 0 || wait < *retryIn))
             *retryIn = wait;
+    };
+    for (Connection* connection : registry()) {
+        // One step at a time, the most needed first: the search side, its
+        // index's segments, then the log.
+        std::chrono::milliseconds wait = std::chrono::milliseconds::zero();
+        if (connection->finishBareFilling(&wait) || connection->mergeIndexStep()) {
+            worked = true;
+            continue;
+        }
+        waitAtMost(wait);
+        worked = connection->checkpointStep(&wait) || worked;
+        waitAtMost(wait);
     }
     return worked;
 }

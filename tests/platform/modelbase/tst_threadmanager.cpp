@@ -7,6 +7,7 @@
 #include "../storage/storagetestutil.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QMutex>
 #include <QProcess>
 #include <QSemaphore>
@@ -43,6 +44,7 @@ private slots:
     void reportOutsideAGroupIsPostedAtOnce();
     void idleWorkerMergesTheSearchIndex();
     void idleWorkerBuildsWhatABareListingLeftOutOnceWritesPause();
+    void idleWorkerCopiesTheLogOnceWritesPause();
     void mainThreadWritesAreDestroyedOnTheMainThread();
 };
 
@@ -229,6 +231,37 @@ void TestThreadManager::idleWorkerBuildsWhatABareListingLeftOutOnceWritesPause()
     QVERIFY2(raw.ftsIntegrityOk(), qPrintable(raw.lastError()));
     QCOMPARE(raw.rows(QStringLiteral("SELECT count(*) FROM reminder_search")), QStringList { "2000" });
     QCOMPARE(store->idsWithKeyword(QStringLiteral("task 1999")), QStringList { "w1999" });
+}
+
+void TestThreadManager::idleWorkerCopiesTheLogOnceWritesPause()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    auto shared = std::make_unique<WriterAndReader>(dir.path(), 5);
+    ThreadManager* tm = ThreadManager::getInstance();
+    storage::ReminderStorage* store = shared->writer.reminderStorage();
+    // A store that holds something is indexed as it goes (not filled bare).
+    QVERIFY(store->save(record(0)));
+    const QString path = storage::UserStorageProvider::databasePath(dir.path(), 5);
+    const qint64 before = QFileInfo(path).size();
+    // A burst of several megabytes: far more than a checkpoint waits for.
+    const QString filler(4000, QLatin1Char('x'));
+    for (int i = 1; i <= 1500; ++i) {
+        tm->invokeWrite(
+            [store, i, filler] {
+                storage::ReminderInfo info = record(i);
+                info.text += filler;
+                store->save(info);
+            },
+            false);
+    }
+    QVERIFY(tm->waitForIdle());
+    // Written to the log only: the burst did not wait for a checkpoint.
+    QCOMPARE(QFileInfo(path).size(), before);
+    QVERIFY(committed(&shared->reader, 1500));
+    // Then the pause: copied into the main file without anyone asking.
+    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(path).size() > before + 1500 * 4000, 10000);
+    QVERIFY(committed(&shared->reader, 1500));
 }
 
 namespace {
