@@ -10,6 +10,8 @@
 #include <sqlite3.h>
 
 #include <cstring>
+#include <iterator>
+#include <mutex>
 #include <utility>
 
 namespace {
@@ -79,6 +81,37 @@ QString firstWords(const char* sql)
 
 } // namespace
 
+struct SqliteFile::SharedLog
+{
+    // Never held while SQLite is called: the commit hook takes it inside
+    // SQLite's calls.
+    std::mutex mutex;
+    int uncheckpointed = 0;
+    // Counted, so that a checkpoint does not overwrite what a commit that
+    // ran meanwhile reported.
+    quint64 commits = 0;
+    std::chrono::steady_clock::time_point lastCommit;
+    bool checkpointing = false;
+
+    // The one of this path, made by the first SqliteFile that asks.
+    static std::shared_ptr<SharedLog> of(const QString& path)
+    {
+        // Never destroyed: a file may close while the process exits.
+        static auto* registryMutex = new std::mutex;
+        static auto* registry = new QHash<QString, std::weak_ptr<SharedLog>>;
+        const QString key = QDir::cleanPath(QFileInfo(path).absoluteFilePath());
+        std::lock_guard<std::mutex> lock(*registryMutex);
+        for (auto it = registry->begin(); it != registry->end();)
+            it = it->expired() ? registry->erase(it) : std::next(it);
+        std::shared_ptr<SharedLog> log = registry->value(key).lock();
+        if (!log) {
+            log = std::make_shared<SharedLog>();
+            registry->insert(key, log);
+        }
+        return log;
+    }
+};
+
 SqliteFile::SqliteFile(const QString& path, const QString& logPrefix, SqliteSchema schema, Threading threading,
                        Checkpoints checkpoints)
     : m_path(path),
@@ -86,7 +119,8 @@ SqliteFile::SqliteFile(const QString& path, const QString& logPrefix, SqliteSche
       m_schema(std::move(schema)),
       m_openFlags(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE
                   | (threading == Threading::Shared ? SQLITE_OPEN_FULLMUTEX : SQLITE_OPEN_NOMUTEX)),
-      m_checkpoints(checkpoints)
+      m_checkpoints(checkpoints),
+      m_log(SharedLog::of(path))
 {
     const QFileInfo info(m_path);
     if (!QDir().mkpath(info.absolutePath())) {
@@ -244,7 +278,6 @@ bool SqliteFile::openAndCheck(QString* reason, int* code)
     // Fewer, larger checkpoints: a page that many commits rewrote reaches
     // the main file once per checkpoint, not once per thousand pages. The
     // hook replaces SQLite's own checkpointing by commits.
-    m_uncheckpointed = 0;
     sqlite3_wal_hook(m_db, &SqliteFile::walCommitted, this);
     // A burst of writes can leave a log of many megabytes; once it has been
     // copied, the next write cuts it back to this size instead of keeping
@@ -350,31 +383,79 @@ bool SqliteFile::checkExistingTables(QString* reason, int* code)
 int SqliteFile::walCommitted(void* self, sqlite3* db, const char* dbName, int pages)
 {
     auto* file = static_cast<SqliteFile*>(self);
-    file->m_uncheckpointed = pages;
+    SharedLog& log = *file->m_log;
+    {
+        std::lock_guard<std::mutex> lock(log.mutex);
+        log.uncheckpointed = pages;
+        ++log.commits;
+        log.lastCommit = std::chrono::steady_clock::now();
+    }
     const int bound = file->m_checkpoints == Checkpoints::ByCommits ? kCommitCheckpointPages : kCheckpointBound;
     if (pages >= bound) {
         // As SQLite's own checkpointing by commits does it: passive, and an
         // error leaves the commit as it is (the pages stay in the log).
         int logged = 0;
         int copied = 0;
-        if (sqlite3_wal_checkpoint_v2(db, dbName, SQLITE_CHECKPOINT_PASSIVE, &logged, &copied) == SQLITE_OK)
-            file->m_uncheckpointed = logged - copied;
+        if (sqlite3_wal_checkpoint_v2(db, dbName, SQLITE_CHECKPOINT_PASSIVE, &logged, &copied) == SQLITE_OK) {
+            std::lock_guard<std::mutex> lock(log.mutex);
+            log.uncheckpointed = logged - copied;
+        }
     }
     return SQLITE_OK;
+}
+
+int SqliteFile::uncheckpointedPages() const
+{
+    std::lock_guard<std::mutex> lock(m_log->mutex);
+    return m_log->uncheckpointed;
+}
+
+std::chrono::steady_clock::time_point SqliteFile::lastCommit() const
+{
+    std::lock_guard<std::mutex> lock(m_log->mutex);
+    return m_log->lastCommit;
 }
 
 bool SqliteFile::checkpoint()
 {
     if (!m_db)
         return false;
+    if (!m_checkpointer) {
+        const QByteArray native = QFile::encodeName(m_path);
+        sqlite3* handle = nullptr;
+        int rc = sqlite3_open_v2(native.constData(), &handle, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX, nullptr);
+        // A read of the schema opens the log on this handle (a checkpoint
+        // alone does not on every SQLite version).
+        if (rc == SQLITE_OK)
+            rc = sqlite3_exec(handle, "SELECT count(*) FROM sqlite_schema", nullptr, nullptr, nullptr);
+        if (rc != SQLITE_OK) {
+            log(QStringLiteral("cannot open a handle to checkpoint %1: %2").arg(m_path, sqliteMessage(handle, rc)));
+            sqlite3_close_v2(handle);
+            return false;
+        }
+        m_checkpointer = handle;
+    }
+    SharedLog& shared = *m_log;
+    quint64 commitsBefore = 0;
+    {
+        std::lock_guard<std::mutex> lock(shared.mutex);
+        if (shared.checkpointing)
+            return true;
+        shared.checkpointing = true;
+        commitsBefore = shared.commits;
+    }
     int logged = 0;
     int copied = 0;
-    const int rc = sqlite3_wal_checkpoint_v2(m_db, nullptr, SQLITE_CHECKPOINT_PASSIVE, &logged, &copied);
+    const int rc = sqlite3_wal_checkpoint_v2(m_checkpointer, nullptr, SQLITE_CHECKPOINT_PASSIVE, &logged, &copied);
+    std::lock_guard<std::mutex> lock(shared.mutex);
+    shared.checkpointing = false;
     if (rc != SQLITE_OK) {
-        logError("checkpointing the log");
+        log(QStringLiteral("checkpointing the log failed: %1").arg(sqliteMessage(m_checkpointer, rc)));
         return false;
     }
-    m_uncheckpointed = logged < 0 ? 0 : logged - copied;
+    // A commit that ran meanwhile reported the log as it left it.
+    if (shared.commits == commitsBefore)
+        shared.uncheckpointed = logged < 0 ? 0 : logged - copied;
     return true;
 }
 
@@ -383,6 +464,12 @@ void SqliteFile::close()
     for (sqlite3_stmt* stmt : std::as_const(m_statements))
         sqlite3_finalize(stmt);
     m_statements.clear();
+    // First, so that the owner's handle is the file's last: its close
+    // copies the log and removes it.
+    if (m_checkpointer) {
+        sqlite3_close_v2(m_checkpointer);
+        m_checkpointer = nullptr;
+    }
     if (m_db) {
         const int rc = sqlite3_close_v2(m_db);
         m_db = nullptr;

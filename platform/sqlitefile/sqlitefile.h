@@ -5,7 +5,9 @@
 #include <QList>
 #include <QString>
 
+#include <chrono>
 #include <functional>
+#include <memory>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -110,10 +112,21 @@ public:
     void close();
 
     // Pages the write-ahead log holds that the main file does not have yet
-    // (as of the last commit or checkpoint on this handle).
-    int uncheckpointedPages() const { return m_uncheckpointed; }
+    // (as of the last commit or checkpoint of any SqliteFile of this path
+    // in the process). Safe from any thread.
+    int uncheckpointedPages() const;
+    // When a commit (of any SqliteFile of this path in the process) last
+    // wrote to the log; the clock's epoch before the first. Safe from any
+    // thread.
+    std::chrono::steady_clock::time_point lastCommit() const;
     // Copies the log into the main file as far as no reader holds it back
-    // (a passive checkpoint); false (and logged) on error.
+    // (a passive checkpoint); false (and logged) on error. It goes through
+    // a handle of its own, opened at the first call, so the owner need not
+    // serialise it with its other uses (it writes and syncs every page the
+    // log holds, which takes long enough to hold up a reader): callers take
+    // turns among themselves, and none may run while the file closes. A
+    // checkpoint of another SqliteFile of this path that is under way
+    // makes this one return at once.
     bool checkpoint();
 
 private:
@@ -142,6 +155,11 @@ private:
     bool m_healthy = false;
     bool m_fullyChecked = false;
     Checkpoints m_checkpoints = Checkpoints::ByCommits;
-    int m_uncheckpointed = 0;
+    // The checkpoint's own handle; opened by the first checkpoint().
+    sqlite3* m_checkpointer = nullptr;
+    // The log as the commits and checkpoints of every SqliteFile of this
+    // path in the process left it: the log is the file's, not a handle's.
+    struct SharedLog;
+    std::shared_ptr<SharedLog> m_log;
     QHash<QByteArray, sqlite3_stmt*> m_statements;
 };

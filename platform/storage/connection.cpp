@@ -96,6 +96,10 @@ Connection::~Connection()
     // group still open is committed: its writes were handed in before the
     // connection went.
     WriteBatch::remove(this);
+    // Nor a checkpoint (it started from an idle step, which the registry
+    // no longer runs for this connection).
+    if (m_checkpointThread.joinable())
+        m_checkpointThread.join();
     // No store may be halfway through a statement while the file closes.
     SyncLocker lock(&m_mutex);
     if (m_groupOpen && isOpen()) {
@@ -211,7 +215,6 @@ bool Connection::commitGroup()
         return true;
     const bool indexed = indexDeferred();
     m_groupOpen = false;
-    m_lastCommit = std::chrono::steady_clock::now();
     if (indexed && m_file->exec("COMMIT"))
         return true;
     sqlite3* db = handle();
@@ -287,7 +290,9 @@ constexpr int kIdleCheckpointPages = 1024;
 
 bool Connection::writesPaused(std::chrono::milliseconds* retryIn) const
 {
-    const auto paused = std::chrono::steady_clock::now() - m_lastCommit;
+    // Any commit counts, grouped or not: a write of another thread (a
+    // timer pass's, say) is as much in progress as the worker's.
+    const auto paused = std::chrono::steady_clock::now() - m_file->lastCommit();
     if (paused >= kWritesPaused)
         return true;
     *retryIn = std::chrono::ceil<std::chrono::milliseconds>(kWritesPaused - paused);
@@ -307,13 +312,26 @@ bool Connection::finishBareFilling(std::chrono::milliseconds* retryIn)
 bool Connection::checkpointStep(std::chrono::milliseconds* retryIn)
 {
     *retryIn = std::chrono::milliseconds::zero();
-    SyncLocker lock(&m_mutex);
-    if (!isOpen() || m_groupOpen || m_file->uncheckpointedPages() < kIdleCheckpointPages || !writesPaused(retryIn))
-        return false;
-    // A reader that holds the log back leaves pages uncopied: not retried
-    // before the next commit says how many the log holds.
-    const int before = m_file->uncheckpointedPages();
-    return m_file->checkpoint() && m_file->uncheckpointedPages() < before;
+    {
+        SyncLocker lock(&m_mutex);
+        if (!isOpen() || m_groupOpen || m_checkpointing.load(std::memory_order_acquire)
+            || m_file->uncheckpointedPages() < kIdleCheckpointPages || !writesPaused(retryIn))
+            return false;
+    }
+    // On a thread of its own, through a handle of its own: the worker stays
+    // free for the next task (a checkpoint of a large listing takes a tenth
+    // of a second and more, mostly waiting for the disk), and the reads of
+    // other threads do not wait for it. The file stays open meanwhile: the
+    // connection waits for the thread before it closes. A reader that holds
+    // the log back leaves pages uncopied; the next idle time tries again.
+    if (m_checkpointThread.joinable())
+        m_checkpointThread.join();
+    m_checkpointing.store(true, std::memory_order_release);
+    m_checkpointThread = std::thread([this] {
+        m_file->checkpoint();
+        m_checkpointing.store(false, std::memory_order_release);
+    });
+    return false;
 }
 
 bool Connection::mergeIndexStep()

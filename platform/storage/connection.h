@@ -8,7 +8,9 @@
 #include <QMutex>
 #include <QString>
 
+#include <atomic>
 #include <chrono>
+#include <thread>
 
 #include <optional>
 #include <vector>
@@ -110,17 +112,18 @@ public:
     // (indexDeferred). Call with the lock held. False (logged) on error.
     bool prepareSearch();
     // For a worker that has nothing else to do: builds what filling bare
-    // left out, as a transaction of its own, once no group has been
+    // left out, as a transaction of its own, once nothing has been
     // committed for a while (a listing that arrives in pieces stays bare
     // from one piece to the next); takes the lock. Whether it built
     // something; *retryIn: how long until the pause is long enough (zero
     // when nothing waits for it).
     bool finishBareFilling(std::chrono::milliseconds* retryIn);
-    // For a worker that has nothing else to do: copies the write-ahead log
-    // into the main file once no group has been committed for a while, so
-    // that a burst of writes does not stall on a checkpoint of its own
-    // (SqliteFile::Checkpoints::WhenAsked); takes the lock. Whether it
-    // copied something; *retryIn as for finishBareFilling.
+    // For a worker that has nothing else to do: once nothing has been
+    // committed for a while, starts copying the write-ahead log into the
+    // main file on a thread of its own, so that a burst of writes does not
+    // stall on a checkpoint (SqliteFile::Checkpoints::WhenAsked); takes the
+    // lock. Returns at once (false: nothing for the worker to repeat);
+    // *retryIn as for finishBareFilling.
     bool checkpointStep(std::chrono::milliseconds* retryIn);
 
 private:
@@ -140,7 +143,7 @@ private:
     void rolledBack();
     // BareFilling::finish with the search directory detached first.
     bool buildBareLeftovers();
-    // Whether no group has been committed for a while; if not, *retryIn
+    // Whether nothing has been committed for a while; if not, *retryIn
     // says how long until then.
     bool writesPaused(std::chrono::milliseconds* retryIn) const;
 
@@ -159,7 +162,9 @@ private:
     WriteKind m_write = WriteKind::None;
     std::vector<DeferredIndexWork> m_deferred;
     BareFilling m_bareFilling;
-    std::chrono::steady_clock::time_point m_lastCommit;
+    // A checkpoint started by checkpointStep() runs here (one at a time).
+    std::thread m_checkpointThread;
+    std::atomic<bool> m_checkpointing{false};
     // Made by ensureOpen(): at construction, or at the first use.
     std::optional<SqliteFile> m_file;
     SearchDirectory m_directory;

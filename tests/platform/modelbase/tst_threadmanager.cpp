@@ -45,6 +45,8 @@ private slots:
     void idleWorkerMergesTheSearchIndex();
     void idleWorkerBuildsWhatABareListingLeftOutOnceWritesPause();
     void idleWorkerCopiesTheLogOnceWritesPause();
+    void writesOfAnyThreadPutTheCopyOff();
+    void closingWhileTheLogIsCopiedLosesNothing();
     void mainThreadWritesAreDestroyedOnTheMainThread();
 };
 
@@ -233,6 +235,26 @@ void TestThreadManager::idleWorkerBuildsWhatABareListingLeftOutOnceWritesPause()
     QCOMPARE(store->idsWithKeyword(QStringLiteral("task 1999")), QStringList { "w1999" });
 }
 
+namespace {
+
+// A burst of several megabytes through the worker: far more than a
+// checkpoint waits for.
+void writeBurst(storage::ReminderStorage* store, int first, int count)
+{
+    const QString filler(4000, QLatin1Char('x'));
+    for (int i = first; i < first + count; ++i) {
+        ThreadManager::getInstance()->invokeWrite(
+            [store, i, filler] {
+                storage::ReminderInfo info = record(i);
+                info.text += filler;
+                store->save(info);
+            },
+            false);
+    }
+}
+
+} // namespace
+
 void TestThreadManager::idleWorkerCopiesTheLogOnceWritesPause()
 {
     QTemporaryDir dir;
@@ -244,17 +266,7 @@ void TestThreadManager::idleWorkerCopiesTheLogOnceWritesPause()
     QVERIFY(store->save(record(0)));
     const QString path = storage::UserStorageProvider::databasePath(dir.path(), 5);
     const qint64 before = QFileInfo(path).size();
-    // A burst of several megabytes: far more than a checkpoint waits for.
-    const QString filler(4000, QLatin1Char('x'));
-    for (int i = 1; i <= 1500; ++i) {
-        tm->invokeWrite(
-            [store, i, filler] {
-                storage::ReminderInfo info = record(i);
-                info.text += filler;
-                store->save(info);
-            },
-            false);
-    }
+    writeBurst(store, 1, 1500);
     QVERIFY(tm->waitForIdle());
     // Written to the log only: the burst did not wait for a checkpoint.
     QCOMPARE(QFileInfo(path).size(), before);
@@ -262,6 +274,58 @@ void TestThreadManager::idleWorkerCopiesTheLogOnceWritesPause()
     // Then the pause: copied into the main file without anyone asking.
     QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(path).size() > before + 1500 * 4000, 10000);
     QVERIFY(committed(&shared->reader, 1500));
+}
+
+void TestThreadManager::writesOfAnyThreadPutTheCopyOff()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    auto shared = std::make_unique<WriterAndReader>(dir.path(), 6);
+    ThreadManager* tm = ThreadManager::getInstance();
+    storage::ReminderStorage* store = shared->writer.reminderStorage();
+    QVERIFY(store->save(record(0)));
+    const QString path = storage::UserStorageProvider::databasePath(dir.path(), 6);
+    const qint64 before = QFileInfo(path).size();
+    writeBurst(store, 1, 1500);
+    QVERIFY(tm->waitForIdle());
+    // Writes of this thread, not the worker's, a tenth of a second apart
+    // for a second: no pause long enough, so nothing is copied.
+    for (int i = 0; i < 10; ++i) {
+        QTest::qWait(100);
+        QVERIFY(store->save(record(2000 + i)));
+        // Woken by a task, the worker looks at its idle work again.
+        QVERIFY(tm->waitForIdle());
+        QCOMPARE(QFileInfo(path).size(), before);
+    }
+    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(path).size() > before + 1500 * 4000, 10000);
+}
+
+void TestThreadManager::closingWhileTheLogIsCopiedLosesNothing()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString path = storage::UserStorageProvider::databasePath(dir.path(), 7);
+    ThreadManager* tm = ThreadManager::getInstance();
+    for (int round = 0; round < 3; ++round) {
+        auto writer = std::make_unique<storage::UserStorageProvider>(dir.path(), 7);
+        QVERIFY(writer->isOpen());
+        storage::ReminderStorage* store = writer->reminderStorage();
+        QVERIFY(store->save(record(round * 10000)));
+        writeBurst(store, round * 10000 + 1, 1500);
+        QVERIFY(tm->waitForIdle());
+        const qint64 before = QFileInfo(path).size();
+        // About when the copy starts (the pause is half a second), and
+        // then at once: the close waits for a copy under way.
+        QTest::qWait(480 + 20 * round);
+        QVERIFY(tm->waitForIdle());
+        writer.reset();
+        QVERIFY(QFileInfo(path).size() > before);
+        QVERIFY(!QFileInfo::exists(path + QStringLiteral("-wal")));
+        storage::UserStorageProvider reopened(dir.path(), 7);
+        QVERIFY(reopened.isOpen());
+        QVERIFY(!reopened.fullyChecked());
+        QCOMPARE(reopened.reminderStorage()->count(), 1501 * (round + 1));
+    }
 }
 
 namespace {

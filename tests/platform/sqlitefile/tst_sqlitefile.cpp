@@ -20,6 +20,8 @@ private slots:
     void aCommitPastItsBoundCheckpoints();
     void anAskedCheckpointCopiesTheLogAndCutsItBack();
     void pagesStayInTheLogUntilAsked();
+    void aReaderHoldsBackWhatItStillReads();
+    void filesOfOnePathShareTheirLog();
 };
 
 namespace {
@@ -153,6 +155,64 @@ void TestSqliteFile::pagesStayInTheLogUntilAsked()
     // Nothing left to copy: asking again is harmless.
     QVERIFY(file.checkpoint());
     QCOMPARE(file.uncheckpointedPages(), 0);
+}
+
+void TestSqliteFile::aReaderHoldsBackWhatItStillReads()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString path = dir.filePath(QStringLiteral("blobs.db"));
+    SqliteFile writer(path, QStringLiteral("test"), blobSchema(), SqliteFile::Threading::Single,
+                      SqliteFile::Checkpoints::WhenAsked);
+    SqliteFile reader(path, QStringLiteral("test"), blobSchema(), SqliteFile::Threading::Single);
+    QVERIFY(writer.isOpen() && reader.isOpen());
+    QVERIFY(writePages(writer, 100));
+
+    // The reader's snapshot holds everything written so far.
+    QVERIFY(reader.exec("BEGIN"));
+    QCOMPARE(single(reader, "SELECT count(*) FROM blobs"), qint64(1));
+    QVERIFY(writePages(writer, 200));
+    QVERIFY(writer.checkpoint());
+    // What came after the snapshot stays in the log.
+    const int left = writer.uncheckpointedPages();
+    QVERIFY2(left >= 200 && left < 300, qPrintable(QString::number(left)));
+
+    QVERIFY(reader.exec("COMMIT"));
+    QVERIFY(writer.checkpoint());
+    QCOMPARE(writer.uncheckpointedPages(), 0);
+    QCOMPARE(single(reader, "SELECT count(*) FROM blobs"), qint64(2));
+}
+
+void TestSqliteFile::filesOfOnePathShareTheirLog()
+{
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString path = dir.filePath(QStringLiteral("blobs.db"));
+    SqliteFile first(path, QStringLiteral("test"), blobSchema(), SqliteFile::Threading::Single,
+                     SqliteFile::Checkpoints::WhenAsked);
+    // The same file by another spelling of its path.
+    SqliteFile second(dir.path() + QStringLiteral("/./blobs.db"), QStringLiteral("test"), blobSchema(),
+                      SqliteFile::Threading::Single, SqliteFile::Checkpoints::WhenAsked);
+    QVERIFY(first.isOpen() && second.isOpen());
+    const auto committedBefore = second.lastCommit();
+
+    // A commit through one is seen by the other: the pause after it and
+    // the pages it left.
+    QVERIFY(writePages(first, 300));
+    QVERIFY(second.lastCommit() > committedBefore);
+    QCOMPARE(second.uncheckpointedPages(), first.uncheckpointedPages());
+    QVERIFY(second.uncheckpointedPages() >= 300);
+
+    // A checkpoint through the other copies them for both.
+    QVERIFY(second.checkpoint());
+    QCOMPARE(first.uncheckpointedPages(), 0);
+
+    // Another file has a log of its own.
+    SqliteFile other(dir.filePath(QStringLiteral("other.db")), QStringLiteral("test"), blobSchema(),
+                     SqliteFile::Threading::Single, SqliteFile::Checkpoints::WhenAsked);
+    QVERIFY(other.isOpen());
+    QVERIFY(writePages(first, 50));
+    QCOMPARE(other.uncheckpointedPages(), 0);
 }
 
 QTEST_GUILESS_MAIN(TestSqliteFile)
