@@ -282,8 +282,8 @@ bool SqliteFile::openAndCheck(QString* reason, int* code)
     // A burst of writes can leave a log of many megabytes; once it has been
     // copied, the next write cuts it back to this size instead of keeping
     // the disk space until the file closes.
-    static_assert(kLogSizeLimit == 33554432, "the pragma below says the same");
-    if (!execRaw(m_db, "PRAGMA journal_size_limit=33554432", reason, code))
+    const QByteArray sizeLimit = "PRAGMA journal_size_limit=" + QByteArray::number(kLogSizeLimit);
+    if (!execRaw(m_db, sizeLimit.constData(), reason, code))
         return false;
 
     sqlite3_db_config(m_db, SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 0, nullptr);
@@ -447,15 +447,17 @@ bool SqliteFile::checkpoint()
     int logged = 0;
     int copied = 0;
     const int rc = sqlite3_wal_checkpoint_v2(m_checkpointer, nullptr, SQLITE_CHECKPOINT_PASSIVE, &logged, &copied);
-    std::lock_guard<std::mutex> lock(shared.mutex);
-    shared.checkpointing = false;
+    {
+        std::lock_guard<std::mutex> lock(shared.mutex);
+        shared.checkpointing = false;
+        // A commit that ran meanwhile reported the log as it left it.
+        if (rc == SQLITE_OK && shared.commits == commitsBefore)
+            shared.uncheckpointed = logged < 0 ? 0 : logged - copied;
+    }
     if (rc != SQLITE_OK) {
         log(QStringLiteral("checkpointing the log failed: %1").arg(sqliteMessage(m_checkpointer, rc)));
         return false;
     }
-    // A commit that ran meanwhile reported the log as it left it.
-    if (shared.commits == commitsBefore)
-        shared.uncheckpointed = logged < 0 ? 0 : logged - copied;
     return true;
 }
 

@@ -37,6 +37,15 @@ SqliteSchema blobSchema()
     return schema;
 }
 
+// A file of blobs, on this thread only.
+struct BlobFile : SqliteFile
+{
+    explicit BlobFile(const QString& path, Checkpoints checkpoints = Checkpoints::WhenAsked)
+        : SqliteFile(path, QStringLiteral("test"), blobSchema(), Threading::Single, checkpoints)
+    {
+    }
+};
+
 // One committed write of about `pages` pages.
 bool writePages(SqliteFile& file, int pages)
 {
@@ -85,8 +94,7 @@ void TestSqliteFile::aCommitPastItsBoundCheckpoints()
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
     const QString path = dir.filePath(QStringLiteral("blobs.db"));
-    SqliteFile file(path, QStringLiteral("test"), blobSchema(), SqliteFile::Threading::Single,
-                    SqliteFile::Checkpoints(checkpoints));
+    BlobFile file(path, SqliteFile::Checkpoints(checkpoints));
     QVERIFY(file.isOpen());
     const qint64 before = sizeOf(path);
 
@@ -106,8 +114,7 @@ void TestSqliteFile::anAskedCheckpointCopiesTheLogAndCutsItBack()
     QVERIFY(dir.isValid());
     const QString path = dir.filePath(QStringLiteral("blobs.db"));
     const QString log = path + QStringLiteral("-wal");
-    SqliteFile file(path, QStringLiteral("test"), blobSchema(), SqliteFile::Threading::Single,
-                    SqliteFile::Checkpoints::WhenAsked);
+    BlobFile file(path);
     QVERIFY(file.isOpen());
     const int pages = int(SqliteFile::kLogSizeLimit / kPage) + 1000;
     QVERIFY(writePages(file, pages));
@@ -125,8 +132,7 @@ void TestSqliteFile::anAskedCheckpointCopiesTheLogAndCutsItBack()
 
     // What was copied is read back whole after a clean close and an open.
     file.close();
-    SqliteFile reopened(path, QStringLiteral("test"), blobSchema(), SqliteFile::Threading::Single,
-                        SqliteFile::Checkpoints::WhenAsked);
+    BlobFile reopened(path);
     QVERIFY(reopened.isOpen());
     QVERIFY(!reopened.fullyChecked());
     QVERIFY(reopened.movedAsidePath().isEmpty());
@@ -138,8 +144,7 @@ void TestSqliteFile::pagesStayInTheLogUntilAsked()
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
     const QString path = dir.filePath(QStringLiteral("blobs.db"));
-    SqliteFile file(path, QStringLiteral("test"), blobSchema(), SqliteFile::Threading::Single,
-                    SqliteFile::Checkpoints::WhenAsked);
+    BlobFile file(path);
     QVERIFY(file.isOpen());
     const qint64 before = sizeOf(path);
     int written = 0;
@@ -162,9 +167,8 @@ void TestSqliteFile::aReaderHoldsBackWhatItStillReads()
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
     const QString path = dir.filePath(QStringLiteral("blobs.db"));
-    SqliteFile writer(path, QStringLiteral("test"), blobSchema(), SqliteFile::Threading::Single,
-                      SqliteFile::Checkpoints::WhenAsked);
-    SqliteFile reader(path, QStringLiteral("test"), blobSchema(), SqliteFile::Threading::Single);
+    BlobFile writer(path);
+    BlobFile reader(path, SqliteFile::Checkpoints::ByCommits);
     QVERIFY(writer.isOpen() && reader.isOpen());
     QVERIFY(writePages(writer, 100));
 
@@ -188,11 +192,9 @@ void TestSqliteFile::filesOfOnePathShareTheirLog()
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
     const QString path = dir.filePath(QStringLiteral("blobs.db"));
-    SqliteFile first(path, QStringLiteral("test"), blobSchema(), SqliteFile::Threading::Single,
-                     SqliteFile::Checkpoints::WhenAsked);
+    BlobFile first(path);
     // The same file by another spelling of its path.
-    SqliteFile second(dir.path() + QStringLiteral("/./blobs.db"), QStringLiteral("test"), blobSchema(),
-                      SqliteFile::Threading::Single, SqliteFile::Checkpoints::WhenAsked);
+    BlobFile second(dir.path() + QStringLiteral("/./blobs.db"));
     QVERIFY(first.isOpen() && second.isOpen());
     const auto committedBefore = second.lastCommit();
 
@@ -208,8 +210,7 @@ void TestSqliteFile::filesOfOnePathShareTheirLog()
     QCOMPARE(first.uncheckpointedPages(), 0);
 
     // Another file has a log of its own.
-    SqliteFile other(dir.filePath(QStringLiteral("other.db")), QStringLiteral("test"), blobSchema(),
-                     SqliteFile::Threading::Single, SqliteFile::Checkpoints::WhenAsked);
+    BlobFile other(dir.filePath(QStringLiteral("other.db")));
     QVERIFY(other.isOpen());
     QVERIFY(writePages(first, 50));
     QCOMPARE(other.uncheckpointedPages(), 0);
